@@ -1,0 +1,36 @@
+/* Records of the VPNv4 multicast family that cross to the host, and the family's own section view. */
+#ifndef QEL_VPNV4MCAST_RECORDS_H
+#define QEL_VPNV4MCAST_RECORDS_H
+
+#include "qel_route.h"
+
+QEL_EXTERN_C_BEGIN
+
+/* The key section, host order; the bits of uiPrefix behind the mask length are clear. */
+typedef struct {
+    uint32_t uiPrefix;
+    uint32_t uiMaskLen; /* 0 to 32; 0xFFFFFFFF: any length */
+} QEL_VPNV4MCAST_KEY_S;
+QEL_ASSERT_SIZE(QEL_VPNV4MCAST_KEY_S, 8);
+
+/* A caller's list of a route's sections. This family has a label section where the others have the non-key. */
+typedef struct {
+    uint32_t uiRdLen;
+    const uint8_t *pucRd;
+    uint32_t uiKeyLen;
+    const uint8_t *pucKey;
+    uint32_t uiSpare0;
+    uint32_t uiSpare1;
+    uint32_t uiLabelLen;
+    const uint8_t *pucLabel;
+    uint8_t ucAttrFlag;
+    uint8_t ucAttrType;
+    uint16_t usAttrLen;
+    const uint8_t *pucAttr;
+    uint32_t uiCrossLen;
+    const uint8_t *pucCross;
+} QEL_VPNV4MCAST_VIEW_S;
+
+QEL_EXTERN_C_END
+
+#endif
