@@ -28,6 +28,8 @@ QEL_EXTERN_C_BEGIN
 
 /* ucRdKind: the RD of stRd belongs to the route key. */
 #define QEL_NGMVPN_RD_KIND_KEY UINT8_C(2)
+/* ucRdKind of a key that configuration gave. */
+#define QEL_NGMVPN_RD_KIND_CFG UINT8_C(3)
 
 /* Component codes, usInstanceKind of the context. */
 #define QEL_NGMVPN_KIND_MVRF_IPV4 UINT16_C(985)
@@ -176,11 +178,59 @@ QEL_ASSERT_OFFSET(QEL_NGMVPN_NONKEY_S, uiUserValue, 28);
 QEL_ASSERT_OFFSET(QEL_NGMVPN_NONKEY_S, stRd, 32);
 QEL_ASSERT_OFFSET(QEL_NGMVPN_NONKEY_S, aucEmbeddedKey, 40);
 
+/* The policy's instruction to replace a tunnel; carried and compared alone. */
+typedef struct {
+    uint32_t uiPlyType;
+    uint32_t uiRootIp;
+    uint32_t uiTempId;
+} QEL_NGMVPN_PLY_INFO_S;
+QEL_ASSERT_SIZE(QEL_NGMVPN_PLY_INFO_S, 12);
+
+/* uiAttrFlag of one set of attributes at a segmentation point. */
+#define QEL_NGMVPN_SEG_SNH UINT32_C(0x1)  /* aucSnh is valid */
+#define QEL_NGMVPN_SEG_PMSI UINT32_C(0x2) /* a PMSI record is held */
+#define QEL_NGMVPN_SEG_SET UINT32_C(0x8)  /* the set came into being */
+
+#define QEL_NGMVPN_SNH_LEN 8
+
+/* One set of attributes: the Segmented Next-Hop community and the PMSI tunnel (RFC 7524). */
+typedef struct {
+    uint32_t uiAttrFlag;
+    uint8_t aucSnh[QEL_NGMVPN_SNH_LEN]; /* one QEL_EXTCOMM_S, host order */
+    uint16_t usPmsiOffset;              /* of the set's PMSI record in aucPmsiData */
+    uint16_t usPmsiLen;
+} QEL_NGMVPN_SEG_ATTR_S;
+QEL_ASSERT_SIZE(QEL_NGMVPN_SEG_ATTR_S, 16);
+QEL_ASSERT_OFFSET(QEL_NGMVPN_SEG_ATTR_S, aucSnh, 4);
+QEL_ASSERT_OFFSET(QEL_NGMVPN_SEG_ATTR_S, usPmsiOffset, 12);
+QEL_ASSERT_OFFSET(QEL_NGMVPN_SEG_ATTR_S, usPmsiLen, 14);
+
+#define QEL_NGMVPN_IMPORT_ATTR_FIXED_LEN 152
+
+/* The import attribute record: what a route brought to a segmentation point and what replaces it. It is allocated at
+ * QEL_NGMVPN_IMPORT_ATTR_FIXED_LEN plus both usPmsiLen. */
+struct QEL_NGMVPN_IMPORT_ATTR {
+    QEL_NGMVPN_KEY_S stKey;
+    uint32_t uiPolicyId; /* QEL_POLICY_ID_NONE: none */
+    QEL_NGMVPN_PLY_INFO_S stPlyInfo;
+    QEL_NGMVPN_SEG_ATTR_S stOriginalAttr;
+    QEL_NGMVPN_SEG_ATTR_S stReplacedAttr;
+    /* the PMSI records of both sets, back to back */
+    QEL_BYTES_BEHIND(aucPmsiData)
+};
+QEL_ASSERT_SIZE(QEL_NGMVPN_IMPORT_ATTR_S, QEL_NGMVPN_IMPORT_ATTR_FIXED_LEN);
+QEL_ASSERT_OFFSET(QEL_NGMVPN_IMPORT_ATTR_S, uiPolicyId, 104);
+QEL_ASSERT_OFFSET(QEL_NGMVPN_IMPORT_ATTR_S, stPlyInfo, 108);
+QEL_ASSERT_OFFSET(QEL_NGMVPN_IMPORT_ATTR_S, stOriginalAttr, 120);
+QEL_ASSERT_OFFSET(QEL_NGMVPN_IMPORT_ATTR_S, stReplacedAttr, 136);
+QEL_ASSERT_OFFSET(QEL_NGMVPN_IMPORT_ATTR_S, aucPmsiData, QEL_NGMVPN_IMPORT_ATTR_FIXED_LEN);
+
 /* The same records where they stand inside a section, at any address. Every const record argument of the family has
  * such a type, so that a section pointer can be passed as it is. */
-typedef QEL_NGMVPN_KEY_S QEL_NGMVPN_KEY_AT_S QEL_ANY_ALIGNMENT;
-typedef QEL_NGMVPN_NONKEY_S QEL_NGMVPN_NONKEY_AT_S QEL_ANY_ALIGNMENT;
-typedef QEL_ADDR_S QEL_ADDR_AT_S QEL_ANY_ALIGNMENT;
+QEL_AT_ANY_ADDRESS(QEL_NGMVPN_KEY_S, QEL_NGMVPN_KEY_AT_S);
+QEL_AT_ANY_ADDRESS(QEL_NGMVPN_NONKEY_S, QEL_NGMVPN_NONKEY_AT_S);
+QEL_AT_ANY_ADDRESS(QEL_ADDR_S, QEL_ADDR_AT_S);
+QEL_AT_ANY_ADDRESS(QEL_NGMVPN_IMPORT_ATTR_S, QEL_NGMVPN_IMPORT_ATTR_AT_S);
 
 QEL_EXTERN_C_END
 
