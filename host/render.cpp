@@ -1,0 +1,58 @@
+#include "host/render.h"
+
+#include "qel_byteorder.h"
+
+namespace qel::host {
+
+std::string_view unit_name(Origin::Unit unit)
+{
+    return unit == Origin::Unit::packet ? "packet" : "line";
+}
+
+std::size_t next_hop_count(const MpAttribute &mp)
+{
+    switch (mp.next_hop.size()) {
+    case 0:
+        return 0;
+    case 32:
+        return 2;
+    default:
+        return 1;
+    }
+}
+
+void append_next_hop(Buffer &out, const MpAttribute &mp, std::size_t index)
+{
+    switch (mp.next_hop.size()) {
+    case 4:
+        append_ipv4(out, QEL_LoadBe32(mp.next_hop.data()));
+        return;
+    case 16:
+    case 32:
+        append_ipv6(out, mp.next_hop.data() + 16 * index);
+        return;
+    default:
+        append(out, "0x");
+        append_hex(out, mp.next_hop);
+        return;
+    }
+}
+
+void append_address(Buffer &out, const MvpnAddress &address)
+{
+    switch (address.kind) {
+    case MvpnAddress::Kind::absent:
+        return;
+    case MvpnAddress::Kind::wildcard:
+        out.push_back('*');
+        return;
+    case MvpnAddress::Kind::ipv4:
+        append_ipv4(out, address.value.uiIpv4);
+        return;
+    case MvpnAddress::Kind::ipv6:
+        append_ipv6(out, address.value.aucIpv6);
+        return;
+    }
+}
+
+} // namespace qel::host

@@ -1,0 +1,290 @@
+// The listing for people: a head line per UPDATE, below it one line per MP attribute, below that one line per route.
+#include "host/render.h"
+
+#include <fmt/compile.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace qel::host {
+namespace {
+
+// Widths that keep the columns of IPv4 routes straight; longer values push their line to the right.
+constexpr std::size_t kNameWidth = 19;
+constexpr std::size_t kRdWidth = 13;
+constexpr std::size_t kAsWidth = 10;
+constexpr std::size_t kAddressWidth = 15;
+// More octets than that tell a reader nothing; JSON has them all.
+constexpr std::size_t kOctetsShown = 80;
+
+struct Palette {
+    std::string_view head;
+    std::string_view label;
+    std::string_view announced;
+    std::string_view withdrawn;
+    std::string_view trouble;
+    std::string_view off;
+};
+constexpr Palette kPlain{};
+constexpr Palette kColours{"\x1b[1m", "\x1b[2m", "\x1b[32m", "\x1b[33m", "\x1b[31m", "\x1b[0m"};
+
+class TextRenderer final : public Renderer {
+public:
+    TextRenderer(Output &out, bool colour) : output_(out), colours_(colour ? kColours : kPlain) {}
+
+    void begin_update(const Origin &origin) override { head(origin); }
+    void begin_nlri(const FamilyInfo &family, const MpAttribute &mp) override;
+    void route(std::size_t offset, const NgMvpnRoute &route) override;
+    void trouble(const Trouble &trouble) override { show_trouble(trouble, {}); }
+    void end_nlri() override {}
+    void attribute_trouble(const Trouble &trouble) override
+    {
+        show_trouble(trouble, attribute_name(trouble.attribute));
+    }
+    void end_update() override
+    {
+        out().push_back('\n');
+        output_.flush_when_full();
+    }
+    void problem(const Origin &origin, std::string_view text) override;
+    void summary(const Summary &summary) override;
+
+private:
+    Buffer &out() { return output_.buffer(); }
+
+    void painted(std::string_view colour, std::string_view text)
+    {
+        append(out(), colour);
+        append(out(), text);
+        append(out(), colours_.off);
+    }
+
+    // Two blanks behind the column before, the label, and what `write` makes of the value.
+    template <class Write> void field(std::string_view label, std::size_t width, Write write)
+    {
+        pad_to(out(), column_, column_width_);
+        append(out(), "  ");
+        painted(colours_.label, label);
+        out().push_back(' ');
+        column_ = out().size();
+        column_width_ = width;
+        write();
+    }
+
+    void address_field(std::string_view label, const MvpnAddress &address)
+    {
+        if (address.kind != MvpnAddress::Kind::absent) {
+            field(label, kAddressWidth, [&] { append_address(out(), address); });
+        }
+    }
+
+    void head(const Origin &origin);
+    void show_trouble(const Trouble &trouble, std::string_view attribute);
+    void counts(std::string_view label, std::uint64_t value, std::string_view remark = {});
+
+    Output &output_;
+    Palette colours_;
+    std::size_t column_ = 0;
+    std::size_t column_width_ = 0;
+};
+
+void TextRenderer::head(const Origin &origin)
+{
+    append(out(), colours_.head);
+    append_visible(out(), origin.file);
+    if (origin.number != 0) {
+        append(out(), "  ");
+        append(out(), unit_name(origin.unit));
+        out().push_back(' ');
+        append_number(out(), origin.number);
+    }
+    append(out(), colours_.off);
+    if (origin.time_ns) {
+        append(out(), "  ");
+        append_time(out(), *origin.time_ns);
+    }
+    if (!origin.from.empty() || !origin.to.empty()) {
+        append(out(), "  ");
+        append_visible(out(), origin.from);
+        append(out(), " -> ");
+        append_visible(out(), origin.to);
+    }
+    out().push_back('\n');
+}
+
+void TextRenderer::begin_nlri(const FamilyInfo &family, const MpAttribute &mp)
+{
+    append(out(), "  ");
+    if (is_announcement(mp)) {
+        painted(colours_.announced, "announced");
+    } else {
+        painted(colours_.withdrawn, "withdrawn");
+    }
+    append(out(), "  ");
+    append(out(), family.title);
+    fmt::format_to(fmt::appender(out()), FMT_COMPILE(" (AFI {}, SAFI {})"), mp.afi, mp.safi);
+    const std::size_t next_hops = next_hop_count(mp);
+    for (std::size_t i = 0; i < next_hops; ++i) {
+        if (i == 0) {
+            append(out(), "  ");
+            painted(colours_.label, next_hops == 1 ? "next hop" : "next hops");
+            out().push_back(' ');
+        } else {
+            append(out(), ", ");
+        }
+        append_next_hop(out(), mp, i);
+    }
+    if (is_end_of_rib(mp)) {
+        append(out(), "  End-of-RIB");
+    } else if (mp.nlri.empty()) {
+        append(out(), "  no routes");
+    } else if (!family.decodable()) {
+        fmt::format_to(fmt::appender(out()), FMT_COMPILE("  {} octets, not decoded yet"), mp.nlri.size());
+    }
+    out().push_back('\n');
+}
+
+void TextRenderer::route(std::size_t, const NgMvpnRoute &route)
+{
+    append(out(), "    ");
+    append_number(out(), route.type);
+    append(out(), "  ");
+    column_ = out().size();
+    column_width_ = kNameWidth;
+    append(out(), ng_mvpn_type_name(route.type));
+    field("RD", kRdWidth, [&] { append_rd(out(), route.rd); });
+    if (route.source_as) {
+        field("source AS", kAsWidth, [&] { append_number(out(), *route.source_as); });
+    }
+    address_field("source", route.source);
+    address_field("group", route.group);
+    address_field("originator", route.originator);
+    address_field("leaf", route.leaf);
+    if (route.answers != 0) {
+        field("answers", 0, [&] { append(out(), ng_mvpn_type_name(route.answers)); });
+    }
+    if (route.explicit_wildcard) {
+        field("wildcard", 0, [&] { append(out(), "written out"); });
+    }
+    out().push_back('\n');
+    output_.flush_when_full();
+}
+
+void TextRenderer::show_trouble(const Trouble &trouble, std::string_view attribute)
+{
+    append(out(), attribute.empty() ? "    " : "  ");
+    append(out(), colours_.trouble);
+    switch (trouble.kind) {
+    case WalkStep::Kind::refused:
+        append(out(), "refused ");
+        append_code(out(), trouble.code);
+        break;
+    case WalkStep::Kind::lost:
+        append(out(), "lost");
+        break;
+    case WalkStep::Kind::unread:
+    case WalkStep::Kind::block:
+        append(out(), "not read");
+        break;
+    }
+    append(out(), colours_.off);
+    if (!attribute.empty()) {
+        fmt::format_to(fmt::appender(out()), FMT_COMPILE("  {} (attribute {})"), attribute, trouble.attribute);
+    }
+    if (trouble.kind == WalkStep::Kind::refused) {
+        append(out(), "  ");
+        append(out(), code_meaning(trouble.code));
+    } else if (trouble.kind == WalkStep::Kind::lost) {
+        append(out(), "  no memory for the route");
+    }
+    const std::size_t count = trouble.octets.size();
+    fmt::format_to(fmt::appender(out()), FMT_COMPILE("\n      octet {}, {} octet{}: "), trouble.offset, count,
+                   count == 1 ? "" : "s");
+    append_hex(out(), trouble.octets.first(std::min(count, kOctetsShown)));
+    append(out(), count > kOctetsShown ? " ...\n" : "\n");
+}
+
+void TextRenderer::problem(const Origin &origin, std::string_view text)
+{
+    head(origin);
+    append(out(), "  ");
+    painted(colours_.trouble, "problem");
+    append(out(), "  ");
+    append_visible(out(), text);
+    append(out(), "\n\n");
+    output_.flush_when_full();
+}
+
+void TextRenderer::counts(std::string_view label, std::uint64_t value, std::string_view remark)
+{
+    fmt::format_to(fmt::appender(out()), "  {:<20}{:>12}", label, value);
+    if (!remark.empty()) {
+        append(out(), "   ");
+        append(out(), remark);
+    }
+    out().push_back('\n');
+}
+
+void TextRenderer::summary(const Summary &summary)
+{
+    painted(colours_.head, "Summary");
+    out().push_back('\n');
+    static constexpr std::array<std::pair<std::size_t, std::string_view>, 6> types{
+        {{1, "OPEN"}, {2, "UPDATE"}, {3, "NOTIFICATION"}, {4, "KEEPALIVE"}, {5, "ROUTE-REFRESH"}, {0, "other"}}};
+    std::uint64_t messages = 0;
+    std::string by_type;
+    for (const auto &[type, name] : types) {
+        messages += summary.messages[type];
+        if (summary.messages[type] != 0) {
+            by_type += fmt::format("{}{} {}", by_type.empty() ? "" : ", ", name, summary.messages[type]);
+        }
+    }
+    counts("messages", messages, by_type);
+    if (summary.bare_attributes != 0) {
+        counts("bare attributes", summary.bare_attributes);
+    }
+    counts("UPDATEs shown", summary.updates_shown,
+           fmt::format("{} without a multicast family, {} End-of-RIB", summary.updates_without_family,
+                       summary.end_of_rib));
+    counts("attributes offered", summary.attributes_offered, "beside MP_REACH_NLRI and MP_UNREACH_NLRI");
+    if (summary.not_decoded != 0) {
+        counts("not decoded yet", summary.not_decoded, "MP attributes of MDT and VPNv4 multicast");
+    }
+    fmt::format_to(fmt::appender(out()), "\n  {:<20}{:>12}{:>12}\n", "routes", "announced", "withdrawn");
+    Summary::RouteCount all;
+    for (std::uint8_t type = 1; type <= kNgMvpnTypes; ++type) {
+        const Summary::RouteCount &count = summary.routes[type];
+        all.announced += count.announced;
+        all.withdrawn += count.withdrawn;
+        if (count.announced + count.withdrawn != 0) {
+            fmt::format_to(fmt::appender(out()), "  {} {:<18} {:>11}{:>12}\n", type, ng_mvpn_type_name(type),
+                           count.announced, count.withdrawn);
+        }
+    }
+    fmt::format_to(fmt::appender(out()), "  {:<20}{:>12}{:>12}\n\n", "all", all.announced, all.withdrawn);
+    std::uint64_t refused = 0;
+    for (const auto &entry : summary.refused) {
+        refused += entry.second;
+    }
+    counts("refused", refused);
+    for (const auto &[code, count] : summary.refused) {
+        fmt::format_to(fmt::appender(out()), "    {:<18}{:>12}   {}\n", fmt::format("0x{:x}", code), count,
+                       code_meaning(code));
+    }
+    if (summary.lost != 0) {
+        counts("routes lost", summary.lost, "out of memory");
+    }
+    counts("stretches not read", summary.unread);
+    counts("problems", summary.problems);
+    counts("assertions", summary.assertions, "reported by the library");
+    fmt::format_to(fmt::appender(out()), "  blocks leaked: {}\n", summary.blocks_leaked);
+}
+
+} // namespace
+
+std::unique_ptr<Renderer> make_text_renderer(Output &out, bool colour)
+{
+    return std::make_unique<TextRenderer>(out, colour);
+}
+
+} // namespace qel::host
