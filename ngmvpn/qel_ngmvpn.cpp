@@ -2,6 +2,8 @@
 
 #include "platform/bounds.h"
 #include "qel_check.h"
+#include "qel_ngmvpn_attribute_pkt.h"
+#include "qel_ngmvpn_dfx.h"
 #include "qel_ngmvpn_nlri.h"
 #include "qel_ngmvpn_util.h"
 
@@ -176,6 +178,11 @@ uint32_t QEL_NGMVPN_IsMvpnComp(const QEL_FAMILY_CTX_S *pstCtx)
 constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnPktParseTbl[] = {
     {14, {.pfParsePkt = QEL_NGMVPN_ParseMpNlri}},
     {15, {.pfParsePkt = QEL_NGMVPN_ParseMpNlri}},
+    {16, {.pfParsePkt = QEL_NGMVPN_ParseExtCommunity}},
+    {22, {.pfParsePkt = QEL_NGMVPN_ParsePmsiTnl}},
+    {25, {.pfParsePkt = QEL_NGMVPN_ParseIPv6ExtCommunity}},
+    {40, {.pfParsePkt = QEL_NGMVPN_ParsePrefixSid}},
+    {66, {.pfParsePkt = QEL_NGMVPN_ParseMsid}},
 };
 
 const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetPktParseEntry(uint32_t uiType)
@@ -186,6 +193,11 @@ const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetPktParseEntry(uint32_t uiType)
 constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnPktFormatTbl[] = {
     {14, {.pfFormatPkt = QEL_NGMVPN_FormatMpNlri}},
     {15, {.pfFormatPkt = QEL_NGMVPN_FormatMpNlri}},
+    {16, {.pfFormatPkt = QEL_NGMVPN_FormatExtCommunity}},
+    {22, {.pfFormatPkt = QEL_NGMVPN_FormatPmsiTnl}},
+    {25, {.pfFormatPkt = QEL_NGMVPN_FormatIPv6ExtCommunity}},
+    {40, {.pfFormatPkt = QEL_NGMVPN_FormatPrefixSid}},
+    {66, {.pfFormatPkt = QEL_NGMVPN_FormatMsid}},
 };
 
 const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetPktFormatEntry(uint32_t uiType)
@@ -217,6 +229,46 @@ const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetDataCmpAttrEntry(uint32_t uiType)
     return QEL_FindEntry(g_astQelNgmvpnCmpAttrDataTbl, uiType);
 }
 
+constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnData2StrTbl[] = {
+    {1, {.pfData2Str = QEL_NGMVPN_MpNlriData2Str}},
+    {2, {.pfData2Str = QEL_NGMVPN_ExtCommunity2Str}},
+    {4, {.pfData2Str = QEL_NGMVPN_PmsiTnl2Str}},
+    {8, {.pfData2Str = QEL_NGMVPN_NonKey2Str}},
+    {256, {.pfData2Str = QEL_NGMVPN_IPv6ExtCommunity2Str}},
+    {512, {.pfData2Str = QEL_NGMVPN_PfxSidAttr2Str}},
+    {1024, {.pfData2Str = QEL_NGMVPN_MsidAttr2Str}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetData2StrEntry(uint32_t uiType)
+{
+    return QEL_FindEntry(g_astQelNgmvpnData2StrTbl, uiType);
+}
+
+constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCfgFormatTbl[] = {
+    {1, {.pfFormatCfg = QEL_NGMVPN_FormatCfgRd}},
+    {2, {.pfFormatCfg = QEL_NGMVPN_FormatCfgPrefix}},
+    {4, {.pfFormatCfg = QEL_NGMVPN_FormatCfgExtCommunity}},
+    {8, {.pfFormatCfg = QEL_NGMVPN_FormatCfgPmsiTnl}},
+    {64, {.pfFormatCfg = QEL_NGMVPN_FormatCfgIPv6ExtCommunity}},
+    {128, {.pfFormatCfg = QEL_NGMVPN_FormatCfgPrefixSid}},
+    {256, {.pfFormatCfg = QEL_NGMVPN_FormatCfgMsid}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetCfgFormatEntry(uint32_t uiType)
+{
+    return QEL_FindEntry(g_astQelNgmvpnCfgFormatTbl, uiType);
+}
+
+constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCfgParseTbl[] = {
+    {1, {.pfParseMsg = QEL_NGMVPN_ParseCfgRd}},
+    {2, {.pfParseMsg = QEL_NGMVPN_ParseCfgPrefix}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetCfgParseEntry(uint32_t uiType)
+{
+    return QEL_FindEntry(g_astQelNgmvpnCfgParseTbl, uiType);
+}
+
 /* The rows of the lookups below come with their handlers. */
 
 const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetErtMsgParseEntry(uint32_t /* uiType */)
@@ -225,21 +277,6 @@ const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetErtMsgParseEntry(uint32_t /* uiType */
 }
 
 const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetParseMcRoutePathEntry(uint32_t /* uiType */)
-{
-    return nullptr;
-}
-
-const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetData2StrEntry(uint32_t /* uiType */)
-{
-    return nullptr;
-}
-
-const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetCfgFormatEntry(uint32_t /* uiType */)
-{
-    return nullptr;
-}
-
-const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetCfgParseEntry(uint32_t /* uiType */)
 {
     return nullptr;
 }

@@ -8,8 +8,11 @@
 QEL_EXTERN_C_BEGIN
 
 /* Tables of type codes and handlers. */
-extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnPktParseTbl[2];
-extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnPktFormatTbl[2];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnPktParseTbl[7];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnPktFormatTbl[7];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnData2StrTbl[7];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCfgFormatTbl[7];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCfgParseTbl[2];
 extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCmpDataTbl[4];
 extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCmpAttrDataTbl[4];
 

@@ -34,15 +34,15 @@ typedef struct {
     QEL_NGMVPN_NONKEY_S stNonKey;
 } QEL_NGMVPN_NLRI_S;
 
-static const QEL_NGMVPN_KEY_AT_S *QEL_NGMVPN_KeyOf_(const QEL_ROUTE_INFO_S *pstRoute)
+static inline const QEL_NGMVPN_KEY_AT_S *QEL_NGMVPN_KeyOf_(const QEL_ROUTE_INFO_S *pstRoute)
 {
     return reinterpret_cast<const QEL_NGMVPN_KEY_AT_S *>(pstRoute->pucKey);
 }
 
 /* ---- parsing: steps ---- */
 
-static void QEL_NGMVPN_StartNlri_(QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t *pucBody, uint32_t uiNlriLen,
-                                  uint32_t uiRemain, uint32_t uiKeyType, uint8_t ucRdKind)
+static inline void QEL_NGMVPN_StartNlri_(QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t *pucBody, uint32_t uiNlriLen,
+                                         uint32_t uiRemain, uint32_t uiKeyType, uint8_t ucRdKind)
 {
     QEL_Clear(pstNlri, sizeof(*pstNlri), sizeof(*pstNlri));
     pstNlri->pucBody = pucBody;
@@ -56,13 +56,13 @@ static void QEL_NGMVPN_StartNlri_(QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t *puc
 }
 
 /* Whether the next octets lie inside the attribute; they may belong to the route behind this one. */
-static bool QEL_NGMVPN_HasOctets_(const QEL_NGMVPN_NLRI_S *pstNlri, uint32_t uiOctets)
+static inline bool QEL_NGMVPN_HasOctets_(const QEL_NGMVPN_NLRI_S *pstNlri, uint32_t uiOctets)
 {
     return uiOctets <= pstNlri->uiRemain - static_cast<uint32_t>(pstNlri->pucCursor - pstNlri->pucBody);
 }
 
 /* Whether the length octet at the cursor and the octets that QEL_NGMVPN_GetAddrAndLen takes with it lie inside. */
-static bool QEL_NGMVPN_HasAddr_(const QEL_NGMVPN_NLRI_S *pstNlri, uint8_t ucFamilyHint)
+static inline bool QEL_NGMVPN_HasAddr_(const QEL_NGMVPN_NLRI_S *pstNlri, uint8_t ucFamilyHint)
 {
     if (!QEL_NGMVPN_HasOctets_(pstNlri, 1)) {
         return false;
@@ -79,31 +79,31 @@ static bool QEL_NGMVPN_HasAddr_(const QEL_NGMVPN_NLRI_S *pstNlri, uint8_t ucFami
 
 /* kept: uiRemain does not count the route's own header octets and uiNlriLen + 2 does, so one or two octets behind a
  * route do not make another; hosts stop their walk by it. */
-static void QEL_NGMVPN_SkipNlri_(const uint8_t **ppucCursor, uint32_t uiOctets, uint32_t uiNlriLen, uint32_t uiRemain,
-                                 uint32_t *puiMore)
+static inline void QEL_NGMVPN_SkipNlri_(const uint8_t **ppucCursor, uint32_t uiOctets, uint32_t uiNlriLen,
+                                        uint32_t uiRemain, uint32_t *puiMore)
 {
     *ppucCursor += uiOctets;
     *puiMore = uiNlriLen + QEL_NLRI_HEADER_LEN < uiRemain ? 1 : 0;
 }
 
-/* QEL_ERR_NLRI_REFUSED: the RD's type is above 2. */
-static uint32_t QEL_NGMVPN_ReadRd_(QEL_NGMVPN_NLRI_S *pstNlri)
+/* The RD to host order. QEL_ERR_NLRI_REFUSED: its type is above 2. */
+static inline uint32_t QEL_NGMVPN_ReadRd_(QEL_NGMVPN_NLRI_S *pstNlri)
 {
     if (!QEL_NGMVPN_HasOctets_(pstNlri, QEL_NLRI_RD_LEN)) {
         return QEL_ERR_NLRI_MALFORMED;
     }
+    const uint8_t *pucWire = pstNlri->pucCursor;
     QEL_RD_VALUE_S *pstRd = &pstNlri->stKey.stRd;
-    QEL_Copy(pstRd, sizeof(*pstRd), pstNlri->pucCursor, QEL_NLRI_RD_LEN);
-    pstRd->usRdType = QEL_Swap16(pstRd->usRdType);
+    pstRd->usRdType = QEL_LoadBe16(pucWire);
     switch (pstRd->usRdType) {
     case 0:
-        pstRd->usAsn = QEL_Swap16(pstRd->usAsn);
-        pstRd->uiAssigned = QEL_Swap32(pstRd->uiAssigned);
+        pstRd->usAsn = QEL_LoadBe16(pucWire + offsetof(QEL_RD_VALUE_S, usAsn));
+        pstRd->uiAssigned = QEL_LoadBe32(pucWire + offsetof(QEL_RD_VALUE_S, uiAssigned));
         break;
     case 1:
     case 2:
-        pstRd->uiAdmin = QEL_Swap32(pstRd->uiAdmin);
-        pstRd->usAssigned = QEL_Swap16(pstRd->usAssigned);
+        pstRd->uiAdmin = QEL_LoadBe32(pucWire + offsetof(QEL_RD_VALUE_S, uiAdmin));
+        pstRd->usAssigned = QEL_LoadBe16(pucWire + offsetof(QEL_RD_VALUE_S, usAssigned));
         break;
     default:
         return QEL_ERR_NLRI_REFUSED;
@@ -114,8 +114,9 @@ static uint32_t QEL_NGMVPN_ReadRd_(QEL_NGMVPN_NLRI_S *pstNlri)
 }
 
 /* The prologue of every route but the Leaf A-D ones. */
-static uint32_t QEL_NGMVPN_BeginRoute_(QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t **ppucCursor, uint32_t uiNlriLen,
-                                       uint32_t uiRemain, uint32_t *puiMore, uint32_t uiKeyType, uint8_t ucRdKind)
+static inline uint32_t QEL_NGMVPN_BeginRoute_(QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t **ppucCursor,
+                                              uint32_t uiNlriLen, uint32_t uiRemain, uint32_t *puiMore,
+                                              uint32_t uiKeyType, uint8_t ucRdKind)
 {
     QEL_NGMVPN_StartNlri_(pstNlri, *ppucCursor, uiNlriLen, uiRemain, uiKeyType, ucRdKind);
     const uint32_t uiRet = QEL_NGMVPN_ReadRd_(pstNlri);
@@ -128,20 +129,21 @@ static uint32_t QEL_NGMVPN_BeginRoute_(QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t
 }
 
 /* The RD of a Leaf A-D route, which its embedded route holds. */
-static uint32_t QEL_NGMVPN_ReadLeafRd_(QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t **ppucCursor, uint32_t *puiMore)
+static inline uint32_t QEL_NGMVPN_ReadLeafRd_(QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t **ppucCursor, uint32_t *puiMore)
 {
     const uint32_t uiRet = QEL_NGMVPN_ReadRd_(pstNlri);
     if (uiRet == QEL_ERR_NLRI_REFUSED) {
         /* kept: this lands two octets behind the route, so the rest of the attribute is read out of step; the host's
-         * further reading depends on it. */
+         * further reading depends on it. With no more to come the place may lie past the attribute's end; nothing is
+         * read there. */
         QEL_NGMVPN_SkipNlri_(ppucCursor, QEL_NLRI_HEADER_LEN + pstNlri->uiNlriLen, pstNlri->uiNlriLen,
                              pstNlri->uiRemain, puiMore);
     }
     return uiRet;
 }
 
-static uint32_t QEL_NGMVPN_ReadAddr_(QEL_NGMVPN_NLRI_S *pstNlri, QEL_ADDR_S *pstAddr, uint8_t *pucLen,
-                                     uint8_t ucFamilyHint, uint16_t *pusFamily)
+static inline uint32_t QEL_NGMVPN_ReadAddr_(QEL_NGMVPN_NLRI_S *pstNlri, QEL_ADDR_S *pstAddr, uint8_t *pucLen,
+                                            uint8_t ucFamilyHint, uint16_t *pusFamily)
 {
     if (!QEL_NGMVPN_HasAddr_(pstNlri, ucFamilyHint)) {
         return QEL_ERR_NLRI_MALFORMED;
@@ -153,8 +155,8 @@ static uint32_t QEL_NGMVPN_ReadAddr_(QEL_NGMVPN_NLRI_S *pstNlri, QEL_ADDR_S *pst
     return uiRet;
 }
 
-static uint32_t QEL_NGMVPN_ReadSrcGrp_(QEL_NGMVPN_NLRI_S *pstNlri, QEL_ADDR_S *pstSrc, uint8_t *pucSrcLen,
-                                       QEL_ADDR_S *pstGrp, uint8_t *pucGrpLen, uint8_t ucFamilyHint)
+static inline uint32_t QEL_NGMVPN_ReadSrcGrp_(QEL_NGMVPN_NLRI_S *pstNlri, QEL_ADDR_S *pstSrc, uint8_t *pucSrcLen,
+                                              QEL_ADDR_S *pstGrp, uint8_t *pucGrpLen, uint8_t ucFamilyHint)
 {
     const uint32_t uiRet = QEL_NGMVPN_ReadAddr_(pstNlri, pstSrc, pucSrcLen, ucFamilyHint, &pstNlri->usSrcFamily);
     if (uiRet != QEL_OK) {
@@ -164,7 +166,7 @@ static uint32_t QEL_NGMVPN_ReadSrcGrp_(QEL_NGMVPN_NLRI_S *pstNlri, QEL_ADDR_S *p
 }
 
 /* The lengths at which a wildcard could only stand with its zero octets. */
-static uint8_t QEL_NGMVPN_SpmsiFamily_(uint32_t uiLen)
+static inline uint8_t QEL_NGMVPN_SpmsiFamily_(uint32_t uiLen)
 {
     switch (uiLen) {
     case 22:
@@ -180,26 +182,26 @@ static uint8_t QEL_NGMVPN_SpmsiFamily_(uint32_t uiLen)
 
 /* kept: the route's length alone decides, so a (*, G) route of 42 octets with an IPv6 originator fails its sum test;
  * peers of this system rely on the same table. */
-static uint32_t QEL_NGMVPN_SpmsiOrigiLen_(uint32_t uiNlriLen)
+static inline uint32_t QEL_NGMVPN_SpmsiOrigiLen_(uint32_t uiNlriLen)
 {
     return uiNlriLen == 26 || uiNlriLen == 30 || uiNlriLen == 34 || uiNlriLen == 58 ? QEL_NLRI_IPV6_LEN
                                                                                     : QEL_NLRI_IPV4_LEN;
 }
 
-static void QEL_NGMVPN_TakeIpv4_(const uint8_t **ppucCursor, QEL_ADDR_S *pstAddr)
+static inline void QEL_NGMVPN_TakeIpv4_(const uint8_t **ppucCursor, QEL_ADDR_S *pstAddr)
 {
     pstAddr->uiIpv4 = QEL_LoadBe32(*ppucCursor);
     *ppucCursor += QEL_NLRI_IPV4_LEN;
 }
 
-static void QEL_NGMVPN_TakeIpv6_(const uint8_t **ppucCursor, QEL_ADDR_S *pstAddr)
+static inline void QEL_NGMVPN_TakeIpv6_(const uint8_t **ppucCursor, QEL_ADDR_S *pstAddr)
 {
     memcpy(pstAddr->aucIpv6, *ppucCursor, QEL_NLRI_IPV6_LEN);
     *ppucCursor += QEL_NLRI_IPV6_LEN;
 }
 
 /* An address without length octet, of 4 or 16 octets. Returns its length byte. */
-static uint8_t QEL_NGMVPN_TakeAddr_(const uint8_t **ppucCursor, QEL_ADDR_S *pstAddr, bool bIpv6)
+static inline uint8_t QEL_NGMVPN_TakeAddr_(const uint8_t **ppucCursor, QEL_ADDR_S *pstAddr, bool bIpv6)
 {
     if (bIpv6) {
         QEL_NGMVPN_TakeIpv6_(ppucCursor, pstAddr);
@@ -209,7 +211,7 @@ static uint8_t QEL_NGMVPN_TakeAddr_(const uint8_t **ppucCursor, QEL_ADDR_S *pstA
     return QEL_NGMVPN_ADDR_LEN_IPV4;
 }
 
-static bool QEL_NGMVPN_IsZeroIpv6_(const QEL_ADDR_S *pstAddr)
+static inline bool QEL_NGMVPN_IsZeroIpv6_(const QEL_ADDR_S *pstAddr)
 {
     uint32_t uiBits = 0;
     for (uint32_t i = 0; i < QEL_NLRI_IPV6_LEN; i += QEL_NLRI_IPV4_LEN) {
@@ -219,8 +221,8 @@ static bool QEL_NGMVPN_IsZeroIpv6_(const QEL_ADDR_S *pstAddr)
 }
 
 /* The tail of every parser. */
-static uint32_t QEL_NGMVPN_EndRoute_(const QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t **ppucCursor,
-                                     QEL_ROUTE_BLOCK_S **ppstResult, uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
+static inline uint32_t QEL_NGMVPN_EndRoute_(const QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t **ppucCursor,
+                                            QEL_ROUTE_BLOCK_S **ppstResult, uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
 {
     /* kept: a block that cannot be built loses the route quietly, the host reads on behind it. */
     (void)QEL_NGMVPN_OutPutRoute(&pstNlri->stKey, &pstNlri->stNonKey, pstNlri->uiNlriLen, pstNlri->uiRemain, ppstResult,
@@ -230,8 +232,9 @@ static uint32_t QEL_NGMVPN_EndRoute_(const QEL_NGMVPN_NLRI_S *pstNlri, const uin
 }
 
 /* The same behind source and group: the sum test and the family test come first. */
-static uint32_t QEL_NGMVPN_EndSrcGrpRoute_(const QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t **ppucCursor,
-                                           QEL_ROUTE_BLOCK_S **ppstResult, uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
+static inline uint32_t QEL_NGMVPN_EndSrcGrpRoute_(const QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t **ppucCursor,
+                                                  QEL_ROUTE_BLOCK_S **ppstResult, uint32_t *puiMore,
+                                                  QEL_FAMILY_CTX_S *pstCtx)
 {
     if (pstNlri->ucOctets != pstNlri->uiNlriLen) {
         return QEL_ERR_NLRI_MALFORMED;
@@ -387,8 +390,8 @@ uint32_t QEL_NGMVPN_ParseBgpLeafAd(const uint8_t **ppucCursor, uint32_t uiNlriLe
 }
 
 /* The embedded length of a Leaf A-D route of an I-PMSI. */
-static uint32_t QEL_NGMVPN_ReadIpmsiInnerLen_(QEL_NGMVPN_NLRI_S *pstNlri, uint32_t uiWanted,
-                                              const QEL_FAMILY_CTX_S *pstCtx)
+static inline uint32_t QEL_NGMVPN_ReadIpmsiInnerLen_(QEL_NGMVPN_NLRI_S *pstNlri, uint32_t uiWanted,
+                                                     const QEL_FAMILY_CTX_S *pstCtx)
 {
     if (!QEL_NGMVPN_HasOctets_(pstNlri, QEL_NLRI_HEADER_LEN)) {
         return QEL_ERR_NLRI_MALFORMED;
@@ -440,8 +443,8 @@ uint32_t QEL_NGMVPN_ParseIntraIpmsiLeaf(const uint8_t **ppucCursor, uint32_t uiN
 }
 
 /* The head of a Leaf A-D route of an S-PMSI: the embedded length and the RD. */
-static uint32_t QEL_NGMVPN_BeginSpmsiLeaf_(QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t **ppucCursor, uint32_t *puiMore,
-                                           uint32_t *puiIsV6, const QEL_FAMILY_CTX_S *pstCtx)
+static inline uint32_t QEL_NGMVPN_BeginSpmsiLeaf_(QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t **ppucCursor,
+                                                  uint32_t *puiMore, uint32_t *puiIsV6, const QEL_FAMILY_CTX_S *pstCtx)
 {
     if (!QEL_NGMVPN_HasOctets_(pstNlri, QEL_NLRI_HEADER_LEN)) {
         return QEL_ERR_NLRI_MALFORMED;
@@ -655,7 +658,7 @@ uint32_t QEL_NGMVPN_RDCheckIsKey(uint32_t uiRouteType)
 }
 
 /* Octets of the originator and of the leaf address behind an embedded route of that length; 0: not known. */
-static uint32_t QEL_NGMVPN_LeafAddrLen_(uint32_t uiInnerLen, uint16_t usInstanceKind)
+static inline uint32_t QEL_NGMVPN_LeafAddrLen_(uint32_t uiInnerLen, uint16_t usInstanceKind)
 {
     if (usInstanceKind == QEL_NGMVPN_KIND_MVRF_IPV4 || usInstanceKind == QEL_NGMVPN_KIND_MVPN_IPV4) {
         switch (uiInnerLen) {
@@ -749,8 +752,8 @@ uint32_t QEL_NGMVPN_GetRouteType(const QEL_ROUTE_INFO_S *pstRoute, uint32_t *pui
 /* ---- formatting: steps ---- */
 
 /* One test against the largest form of the route type, whatever this route needs. */
-static uint32_t QEL_NGMVPN_CheckOut_(const QEL_ROUTE_INFO_S *pstRoute, uint8_t *const *ppucCursor, uint32_t uiOutLen,
-                                     uint32_t uiLargest)
+static inline uint32_t QEL_NGMVPN_CheckOut_(const QEL_ROUTE_INFO_S *pstRoute, uint8_t *const *ppucCursor,
+                                            uint32_t uiOutLen, uint32_t uiLargest)
 {
     if (QEL_Missing(pstRoute) || QEL_Missing(ppucCursor)) {
         return QEL_ERR_NULL;
@@ -759,8 +762,8 @@ static uint32_t QEL_NGMVPN_CheckOut_(const QEL_ROUTE_INFO_S *pstRoute, uint8_t *
 }
 
 /* kept: the RD section has to be there even where the key's RD is written; hosts rely on the refusal. */
-static uint32_t QEL_NGMVPN_CheckOutAndRd_(const QEL_ROUTE_INFO_S *pstRoute, uint8_t *const *ppucCursor,
-                                          uint32_t uiOutLen, uint32_t uiLargest)
+static inline uint32_t QEL_NGMVPN_CheckOutAndRd_(const QEL_ROUTE_INFO_S *pstRoute, uint8_t *const *ppucCursor,
+                                                 uint32_t uiOutLen, uint32_t uiLargest)
 {
     const uint32_t uiRet = QEL_NGMVPN_CheckOut_(pstRoute, ppucCursor, uiOutLen, uiLargest);
     if (uiRet != QEL_OK) {
@@ -770,31 +773,31 @@ static uint32_t QEL_NGMVPN_CheckOutAndRd_(const QEL_ROUTE_INFO_S *pstRoute, uint
 }
 
 /* The host-order RD that the route is written with. */
-static const uint8_t *QEL_NGMVPN_RdOf_(const QEL_ROUTE_INFO_S *pstRoute, const QEL_NGMVPN_KEY_AT_S *pstKey)
+static inline const uint8_t *QEL_NGMVPN_RdOf_(const QEL_ROUTE_INFO_S *pstRoute, const QEL_NGMVPN_KEY_AT_S *pstKey)
 {
     return pstKey->ucRdKind == QEL_NGMVPN_RD_KIND_KEY ? QEL_Bytes(&pstKey->stRd) : pstRoute->pucRd;
 }
 
-static void QEL_NGMVPN_PutOctet_(uint8_t **ppucCursor, uint8_t ucOctet)
+static inline void QEL_NGMVPN_PutOctet_(uint8_t **ppucCursor, uint8_t ucOctet)
 {
     **ppucCursor = ucOctet;
     *ppucCursor += 1;
 }
 
-static void QEL_NGMVPN_PutIpv4_(uint8_t **ppucCursor, const QEL_ADDR_AT_S *pstAddr)
+static inline void QEL_NGMVPN_PutIpv4_(uint8_t **ppucCursor, const QEL_ADDR_AT_S *pstAddr)
 {
     QEL_StoreBe32(*ppucCursor, pstAddr->uiIpv4);
     *ppucCursor += QEL_NLRI_IPV4_LEN;
 }
 
-static void QEL_NGMVPN_PutIpv6_(uint8_t **ppucCursor, const QEL_ADDR_AT_S *pstAddr)
+static inline void QEL_NGMVPN_PutIpv6_(uint8_t **ppucCursor, const QEL_ADDR_AT_S *pstAddr)
 {
     memcpy(*ppucCursor, pstAddr->aucIpv6, QEL_NLRI_IPV6_LEN);
     *ppucCursor += QEL_NLRI_IPV6_LEN;
 }
 
 /* An address without length octet, of 4 or 16 octets. */
-static void QEL_NGMVPN_PutAddr_(uint8_t **ppucCursor, const QEL_ADDR_AT_S *pstAddr, bool bIpv6)
+static inline void QEL_NGMVPN_PutAddr_(uint8_t **ppucCursor, const QEL_ADDR_AT_S *pstAddr, bool bIpv6)
 {
     if (bIpv6) {
         QEL_NGMVPN_PutIpv6_(ppucCursor, pstAddr);
@@ -803,14 +806,15 @@ static void QEL_NGMVPN_PutAddr_(uint8_t **ppucCursor, const QEL_ADDR_AT_S *pstAd
     }
 }
 
-static void QEL_NGMVPN_PutWord_(uint8_t **ppucCursor, uint32_t uiWord)
+static inline void QEL_NGMVPN_PutWord_(uint8_t **ppucCursor, uint32_t uiWord)
 {
     QEL_StoreBe32(*ppucCursor, uiWord);
     *ppucCursor += sizeof(uiWord);
 }
 
 /* Route type, length and RD. Returns the place of the length octet. */
-static uint8_t *QEL_NGMVPN_PutHead_(uint8_t **ppucCursor, uint8_t ucRouteType, uint8_t ucLen, const uint8_t *pucRd)
+static inline uint8_t *QEL_NGMVPN_PutHead_(uint8_t **ppucCursor, uint8_t ucRouteType, uint8_t ucLen,
+                                           const uint8_t *pucRd)
 {
     QEL_NGMVPN_PutOctet_(ppucCursor, ucRouteType);
     uint8_t *pucLenAt = *ppucCursor;
@@ -823,8 +827,8 @@ static uint8_t *QEL_NGMVPN_PutHead_(uint8_t **ppucCursor, uint8_t ucRouteType, u
 }
 
 /* Returns the octets written, in 8 bits. */
-static uint8_t QEL_NGMVPN_PutSrcGrp_(uint8_t **ppucCursor, const QEL_ADDR_AT_S *pstSrc, uint8_t ucSrcLen,
-                                     const QEL_ADDR_AT_S *pstGrp, uint8_t ucGrpLen, uint8_t ucFamilyHint)
+static inline uint8_t QEL_NGMVPN_PutSrcGrp_(uint8_t **ppucCursor, const QEL_ADDR_AT_S *pstSrc, uint8_t ucSrcLen,
+                                            const QEL_ADDR_AT_S *pstGrp, uint8_t ucGrpLen, uint8_t ucFamilyHint)
 {
     uint8_t ucSrcOctets = 0;
     uint8_t ucGrpOctets = 0;
@@ -834,7 +838,8 @@ static uint8_t QEL_NGMVPN_PutSrcGrp_(uint8_t **ppucCursor, const QEL_ADDR_AT_S *
 }
 
 /* The S-PMSI route that a Leaf A-D key of that kind answers. Returns its length octet. */
-static uint8_t QEL_NGMVPN_PutInnerSpmsi_(uint8_t **ppucCursor, const QEL_NGMVPN_KEY_AT_S *pstKey, const uint8_t *pucRd)
+static inline uint8_t QEL_NGMVPN_PutInnerSpmsi_(uint8_t **ppucCursor, const QEL_NGMVPN_KEY_AT_S *pstKey,
+                                                const uint8_t *pucRd)
 {
     const bool bIpv6 = pstKey->uKey.stSpmsiLeafAd.ucOrigAddrLen != QEL_NGMVPN_ADDR_LEN_IPV4;
     uint8_t *pucLenAt = QEL_NGMVPN_PutHead_(ppucCursor, QEL_NGMVPN_WIRE_SPMSI_AD, 0, pucRd);
@@ -1042,7 +1047,7 @@ void QEL_NGMVPN_SetAddrAndLen(uint8_t **ppucCursor, const QEL_ADDR_AT_S *pstAddr
 
 /* ---- comparison ---- */
 
-static int32_t QEL_NGMVPN_CmpNumber_(uint32_t uiA, uint32_t uiB)
+static inline int32_t QEL_NGMVPN_CmpNumber_(uint32_t uiA, uint32_t uiB)
 {
     if (uiA == uiB) {
         return QEL_CMP_EQUAL;
@@ -1050,7 +1055,7 @@ static int32_t QEL_NGMVPN_CmpNumber_(uint32_t uiA, uint32_t uiB)
     return uiA > uiB ? QEL_CMP_GREATER : QEL_CMP_LESS;
 }
 
-static int32_t QEL_NGMVPN_CmpBytes_(const void *pvA, const void *pvB, uint32_t uiLen)
+static inline int32_t QEL_NGMVPN_CmpBytes_(const void *pvA, const void *pvB, uint32_t uiLen)
 {
     const int32_t iResult = KVO_MemCmp(pvA, pvB, uiLen);
     if (iResult == 0) {
@@ -1060,7 +1065,8 @@ static int32_t QEL_NGMVPN_CmpBytes_(const void *pvA, const void *pvB, uint32_t u
 }
 
 /* Whether a compare's arguments are two sections of that length. */
-static bool QEL_NGMVPN_AreSections_(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB, uint32_t uiLen)
+static inline bool QEL_NGMVPN_AreSections_(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB,
+                                           uint32_t uiLen)
 {
     if (QEL_Missing(pvA) || QEL_Missing(pvB)) {
         return false;
@@ -1297,4 +1303,71 @@ int32_t QEL_NGMVPN_CmpCMulticastRouteKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, con
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stCMulticastRoute.ucSrcAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stCMulticastRoute.ucGrpAddrLen)};
     return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 2);
+}
+
+/* Whether a compare's arguments are two elements of at least that size. */
+static inline bool QEL_NGMVPN_AreElements_(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB,
+                                           uint32_t uiLen)
+{
+    if (QEL_Missing(pvA) || QEL_Missing(pvB)) {
+        return false;
+    }
+    if (uiLenA < uiLen || uiLenB < uiLen) {
+        QEL_Report(uiLenA < uiLen ? uiLenA : uiLenB);
+        return false;
+    }
+    return true;
+}
+
+/* Communities stand together by Sub-type, the low byte of the type word, and only then by Type. */
+static int32_t QEL_NGMVPN_CmpCommType_(uint16_t usTypeA, uint16_t usTypeB)
+{
+    return QEL_NGMVPN_CmpNumber_(QEL_Swap16(usTypeA), QEL_Swap16(usTypeB));
+}
+
+int32_t QEL_NGMVPN_CmpExtCommunity(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB)
+{
+    if (!QEL_NGMVPN_AreElements_(pvA, uiLenA, pvB, uiLenB, sizeof(QEL_EXTCOMM_S))) {
+        return QEL_CMP_FAILED;
+    }
+    const auto *pstA = static_cast<const QEL_EXTCOMM_S *>(pvA);
+    const auto *pstB = static_cast<const QEL_EXTCOMM_S *>(pvB);
+    int32_t iResult = QEL_NGMVPN_CmpCommType_(pstA->usType, pstB->usType);
+    if (iResult != QEL_CMP_EQUAL) {
+        return iResult;
+    }
+    const uint32_t uiType = pstA->usType >> 8;
+    if (uiType == 1 || uiType == 2) {
+        iResult = QEL_NGMVPN_CmpNumber_(pstA->uiGlobalAdmin, pstB->uiGlobalAdmin);
+        return iResult != QEL_CMP_EQUAL ? iResult : QEL_NGMVPN_CmpNumber_(pstA->usLocalAdmin, pstB->usLocalAdmin);
+    }
+    /* kept: any other type compares as 16 and 32 bits, though a list swaps most of them as 32 and 16; lists already
+     * stored are in this order */
+    iResult = QEL_NGMVPN_CmpNumber_(pstA->usGlobalAdmin, pstB->usGlobalAdmin);
+    return iResult != QEL_CMP_EQUAL ? iResult : QEL_NGMVPN_CmpNumber_(pstA->uiLocalAdmin, pstB->uiLocalAdmin);
+}
+
+int32_t QEL_NGMVPN_CmpIPv6ExtCommunity(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB)
+{
+    if (!QEL_NGMVPN_AreElements_(pvA, uiLenA, pvB, uiLenB, sizeof(QEL_IPV6_EXTCOMM_S))) {
+        return QEL_CMP_FAILED;
+    }
+    const auto *pstA = static_cast<const QEL_IPV6_EXTCOMM_S *>(pvA);
+    const auto *pstB = static_cast<const QEL_IPV6_EXTCOMM_S *>(pvB);
+    int32_t iResult = QEL_NGMVPN_CmpCommType_(pstA->usType, pstB->usType);
+    if (iResult != QEL_CMP_EQUAL) {
+        return iResult;
+    }
+    const uint32_t uiType = pstA->usType >> 8;
+    const uint32_t uiSubType = pstA->usType & 0xFF;
+    if (uiType > 1 || (uiSubType != 2 && uiSubType != 11)) {
+        return QEL_NGMVPN_CmpBytes_(pstA->auiAddr, pstB->auiAddr, sizeof(QEL_IPV6_EXTCOMM_S) - sizeof(uint16_t));
+    }
+    for (uint32_t i = 0; i < 4; i++) {
+        iResult = QEL_NGMVPN_CmpNumber_(pstA->auiAddr[i], pstB->auiAddr[i]);
+        if (iResult != QEL_CMP_EQUAL) {
+            return iResult;
+        }
+    }
+    return QEL_NGMVPN_CmpNumber_(pstA->usLocalAdmin, pstB->usLocalAdmin);
 }

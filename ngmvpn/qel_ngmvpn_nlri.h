@@ -119,6 +119,9 @@ int32_t QEL_NGMVPN_CmpRd(const void *pvA, uint32_t uiLenA, const void *pvB, uint
 int32_t QEL_NGMVPN_CmpKey(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB);
 int32_t QEL_NGMVPN_CmpNonKey(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB);
 int32_t QEL_NGMVPN_CmpAttr(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB);
+/* Communities in host order, sizes of at least one element: by Sub-type, then Type, then value. */
+int32_t QEL_NGMVPN_CmpExtCommunity(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB);
+int32_t QEL_NGMVPN_CmpIPv6ExtCommunity(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB);
 /* The forms that pfCmpDataForAttrType reaches; the first three drop uiCmpType and uiAttrType. */
 int32_t QEL_NGMVPN_CmpRdAttr(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB, uint32_t uiCmpType,
                              uint32_t uiAttrType);

@@ -4,6 +4,7 @@
 #include "platform/ksx.h"
 #include "qel_byteorder.h"
 #include "qel_check.h"
+#include "qel_ngmvpn_nlri.h"
 
 #include <cstdarg>
 #include <cstddef>
@@ -307,4 +308,167 @@ uint32_t QEL_NGMVPN_GetGtmRdZeroValue(const uint8_t **ppucCursor, void *pvOut)
     QEL_Copy(pvOut, uiMarkerLen, *ppucCursor, uiMarkerLen);
     *ppucCursor += uiMarkerLen;
     return QEL_OK;
+}
+
+/* Extended community lists. */
+
+/* kept: a list swaps the value of every type and knows two exceptions, a single route target swaps listed types alone;
+ * the wire needs both, folding them would change unknown communities on their way through */
+static void QEL_NGMVPN_SwapListValue_(uint16_t usType, QEL_EXTCOMM_S *pstExtComm)
+{
+    if (usType == 0x0002 || usType == 0x0009) {
+        QEL_NGMVPN_SwapAs2Value_(pstExtComm);
+    } else {
+        QEL_NGMVPN_SwapIp4Value_(pstExtComm);
+    }
+}
+
+void QEL_NGMVPN_ConvertExtCommunityNTOH(QEL_EXTCOMM_S *pastList, uint32_t uiCount)
+{
+    if (QEL_Missing(pastList)) {
+        return;
+    }
+    for (uint32_t i = 0; i < uiCount; i++) {
+        pastList[i].usType = QEL_Swap16(pastList[i].usType);
+        QEL_NGMVPN_SwapListValue_(pastList[i].usType, &pastList[i]);
+    }
+}
+
+void QEL_NGMVPN_ConvertExtCommunityHTON(QEL_EXTCOMM_S *pastList, uint32_t uiCount)
+{
+    if (QEL_Missing(pastList)) {
+        return;
+    }
+    for (uint32_t i = 0; i < uiCount; i++) {
+        QEL_NGMVPN_SwapListValue_(pastList[i].usType, &pastList[i]);
+        pastList[i].usType = QEL_Swap16(pastList[i].usType);
+    }
+}
+
+void QEL_NGMVPN_ConvertIPv6ExtCommunityNTOH(QEL_IPV6_EXTCOMM_S *pastList, uint32_t uiCount)
+{
+    if (QEL_Missing(pastList)) {
+        return;
+    }
+    for (uint32_t i = 0; i < uiCount; i++) {
+        QEL_NGMVPN_ConvertIPv6RTValueNTOH(&pastList[i]);
+    }
+}
+
+void QEL_NGMVPN_ConvertIPv6ExtCommunityHTON(QEL_IPV6_EXTCOMM_S *pastList, uint32_t uiCount)
+{
+    if (QEL_Missing(pastList)) {
+        return;
+    }
+    for (uint32_t i = 0; i < uiCount; i++) {
+        QEL_NGMVPN_ConvertIPv6RTValueHTON(&pastList[i], sizeof(pastList[i]));
+    }
+}
+
+/* The exchange itself; every copy is bounded by what the list has from its target on. */
+static void QEL_NGMVPN_Exchange_(uint8_t *pucI, uint8_t *pucJ, const uint8_t *pucEnd, uint32_t uiSize, void *pvScratch)
+{
+    QEL_Copy(pvScratch, uiSize, pucI, uiSize);
+    QEL_Copy(pucI, static_cast<size_t>(pucEnd - pucI), pucJ, uiSize);
+    QEL_Copy(pucJ, static_cast<size_t>(pucEnd - pucJ), pvScratch, uiSize);
+}
+
+uint32_t QEL_NGMVPN_SortExtCommunitys_(uint8_t *pucList, uint16_t usCount, uint32_t uiSize,
+                                       int32_t (*pfCmp)(const void *pvA, uint32_t uiLenA, const void *pvB,
+                                                        uint32_t uiLenB),
+                                       QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pucList) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    void *pvScratch = QEL_NGMVPN_Malloc(pstCtx, uiSize);
+    if (QEL_Missing(pvScratch)) {
+        return QEL_ERR_ALLOC;
+    }
+    uint8_t *pucEnd = pucList + static_cast<size_t>(usCount) * uiSize;
+    for (uint32_t i = 0; i + 1 < usCount; i++) {
+        uint8_t *pucI = pucList + static_cast<size_t>(i) * uiSize;
+        for (uint8_t *pucJ = pucI + uiSize; pucJ < pucEnd; pucJ += uiSize) {
+            /* kept: a failed compare, -2, is no exchange and no failure; a list is never lost to its order */
+            if (pfCmp(pucI, uiSize, pucJ, uiSize) == QEL_CMP_GREATER) {
+                QEL_NGMVPN_Exchange_(pucI, pucJ, pucEnd, uiSize, pvScratch);
+            }
+        }
+    }
+    QEL_NGMVPN_Free(&pvScratch, pstCtx);
+    return QEL_OK;
+}
+
+uint32_t QEL_NGMVPN_SortExtCommunitys(QEL_EXTCOMM_S *pastList, uint16_t usCount, QEL_FAMILY_CTX_S *pstCtx)
+{
+    return QEL_NGMVPN_SortExtCommunitys_(reinterpret_cast<uint8_t *>(pastList), usCount, sizeof(QEL_EXTCOMM_S),
+                                         QEL_NGMVPN_CmpExtCommunity, pstCtx);
+}
+
+uint32_t QEL_NGMVPN_SortIPv6ExtCommunitys(QEL_IPV6_EXTCOMM_S *pastList, uint16_t usCount, QEL_FAMILY_CTX_S *pstCtx)
+{
+    return QEL_NGMVPN_SortExtCommunitys_(reinterpret_cast<uint8_t *>(pastList), usCount, sizeof(QEL_IPV6_EXTCOMM_S),
+                                         QEL_NGMVPN_CmpIPv6ExtCommunity, pstCtx);
+}
+
+/* kept: bytes decide here and fields in the sort, whose grouping makes equal elements stand together; an empty list
+ * comes out with a count of 1, and no caller gives one */
+static void QEL_NGMVPN_RemoveDup_(uint8_t *pucList, uint32_t uiSize, uint16_t *pusCount)
+{
+    uint32_t uiKept = 0;
+    for (uint32_t j = 1; j < *pusCount; j++) {
+        const uint8_t *pucJ = pucList + static_cast<size_t>(j) * uiSize;
+        if (KVO_MemCmp(pucJ, pucList + static_cast<size_t>(uiKept) * uiSize, uiSize) == 0) {
+            continue;
+        }
+        uiKept++;
+        if (uiKept != j) {
+            QEL_Copy(pucList + static_cast<size_t>(uiKept) * uiSize, static_cast<size_t>(*pusCount - uiKept) * uiSize,
+                     pucJ, uiSize);
+        }
+    }
+    *pusCount = static_cast<uint16_t>(uiKept + 1);
+}
+
+uint32_t QEL_NGMVPN_RemoveDupExtCommunitys(QEL_EXTCOMM_S *pastList, uint16_t *pusCount, QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pastList) || QEL_Missing(pusCount) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    QEL_NGMVPN_RemoveDup_(reinterpret_cast<uint8_t *>(pastList), sizeof(*pastList), pusCount);
+    return QEL_OK;
+}
+
+uint32_t QEL_NGMVPN_RemoveDupIPv6ExtCommunitys(QEL_IPV6_EXTCOMM_S *pastList, uint16_t *pusCount,
+                                               QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pastList) || QEL_Missing(pusCount) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    QEL_NGMVPN_RemoveDup_(reinterpret_cast<uint8_t *>(pastList), sizeof(*pastList), pusCount);
+    return QEL_OK;
+}
+
+uint32_t QEL_NGMVPN_CleanupExtCommunity(QEL_EXTCOMM_S *pastList, uint16_t *pusCount, QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pastList) || QEL_Missing(pusCount) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    const uint32_t uiRet = QEL_NGMVPN_SortExtCommunitys(pastList, *pusCount, pstCtx);
+    if (uiRet != QEL_OK) {
+        return uiRet;
+    }
+    return QEL_NGMVPN_RemoveDupExtCommunitys(pastList, pusCount, pstCtx);
+}
+
+uint32_t QEL_NGMVPN_CleanupIPv6ExtCommunity(QEL_IPV6_EXTCOMM_S *pastList, uint16_t *pusCount, QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pastList) || QEL_Missing(pusCount) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    const uint32_t uiRet = QEL_NGMVPN_SortIPv6ExtCommunitys(pastList, *pusCount, pstCtx);
+    if (uiRet != QEL_OK) {
+        return uiRet;
+    }
+    return QEL_NGMVPN_RemoveDupIPv6ExtCommunitys(pastList, pusCount, pstCtx);
 }

@@ -62,6 +62,31 @@ uint32_t QEL_NGMVPN_GetIPv6RtValue(const uint8_t **ppucCursor, QEL_IPV6_EXTCOMM_
 /* The four-byte marker of global table routes from the cursor, as it stands. Returns QEL_OK. */
 uint32_t QEL_NGMVPN_GetGtmRdZeroValue(const uint8_t **ppucCursor, void *pvOut);
 
+/* Extended community lists, plain arrays of 8-byte or 20-byte elements. The conversions swap every element in place;
+ * HTON undoes NTOH for every input. */
+void QEL_NGMVPN_ConvertExtCommunityNTOH(QEL_EXTCOMM_S *pastList, uint32_t uiCount);
+void QEL_NGMVPN_ConvertExtCommunityHTON(QEL_EXTCOMM_S *pastList, uint32_t uiCount);
+void QEL_NGMVPN_ConvertIPv6ExtCommunityNTOH(QEL_IPV6_EXTCOMM_S *pastList, uint32_t uiCount);
+void QEL_NGMVPN_ConvertIPv6ExtCommunityHTON(QEL_IPV6_EXTCOMM_S *pastList, uint32_t uiCount);
+
+/* Exchange sort in place over elements of uiSize bytes by pfCmp, which gets uiSize for both lengths; only a result of 1
+ * exchanges. QEL_ERR_ALLOC without scratch memory. */
+uint32_t QEL_NGMVPN_SortExtCommunitys_(uint8_t *pucList, uint16_t usCount, uint32_t uiSize,
+                                       int32_t (*pfCmp)(const void *pvA, uint32_t uiLenA, const void *pvB,
+                                                        uint32_t uiLenB),
+                                       QEL_FAMILY_CTX_S *pstCtx);
+uint32_t QEL_NGMVPN_SortExtCommunitys(QEL_EXTCOMM_S *pastList, uint16_t usCount, QEL_FAMILY_CTX_S *pstCtx);
+uint32_t QEL_NGMVPN_SortIPv6ExtCommunitys(QEL_IPV6_EXTCOMM_S *pastList, uint16_t usCount, QEL_FAMILY_CTX_S *pstCtx);
+
+/* Drops repeated elements of a sorted list; *pusCount gets what is left, 1 for an empty list. */
+uint32_t QEL_NGMVPN_RemoveDupExtCommunitys(QEL_EXTCOMM_S *pastList, uint16_t *pusCount, QEL_FAMILY_CTX_S *pstCtx);
+uint32_t QEL_NGMVPN_RemoveDupIPv6ExtCommunitys(QEL_IPV6_EXTCOMM_S *pastList, uint16_t *pusCount,
+                                               QEL_FAMILY_CTX_S *pstCtx);
+
+/* Sort, then drop repeated elements. */
+uint32_t QEL_NGMVPN_CleanupExtCommunity(QEL_EXTCOMM_S *pastList, uint16_t *pusCount, QEL_FAMILY_CTX_S *pstCtx);
+uint32_t QEL_NGMVPN_CleanupIPv6ExtCommunity(QEL_IPV6_EXTCOMM_S *pastList, uint16_t *pusCount, QEL_FAMILY_CTX_S *pstCtx);
+
 QEL_EXTERN_C_END
 
 #endif
