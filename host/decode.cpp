@@ -45,7 +45,7 @@ void Decoder::message(const Origin &origin, Octets octets)
     const UpdateFrame frame = split_update(octets);
     if (frame.malformed) {
         note_malformed(*frame.malformed);
-        report_malformed(origin);
+        report_malformed(origin, Carrier::update);
         return;
     }
     decode(origin, frame.attributes, frame.attributes_offset, Carrier::update);
@@ -142,7 +142,7 @@ void Decoder::decode(const Origin &origin, Octets attributes, std::size_t base, 
         renderer_->end_update();
     }
     give_diagnostics();
-    report_malformed(origin);
+    report_malformed(origin, carrier);
 }
 
 void Decoder::open_update()
@@ -215,10 +215,8 @@ void Decoder::offer(const Family &family, const PathAttribute &attribute)
 void Decoder::add_place(const Origin &origin)
 {
     append_visible(diagnostics_, origin.file);
-    append(diagnostics_, ": ");
     if (origin.number != 0) {
-        append(diagnostics_, unit_name(origin.unit));
-        fmt::format_to(fmt::appender(diagnostics_), FMT_COMPILE(" {}, "), origin.number);
+        fmt::format_to(fmt::appender(diagnostics_), FMT_COMPILE(": {} {}"), unit_name(origin.unit), origin.number);
     }
 }
 
@@ -227,7 +225,7 @@ Trouble Decoder::note_trouble(const WalkStep &step, std::uint8_t attribute, std:
 {
     const Trouble trouble{step.kind, attribute, step.code, base + step.offset, step.octets};
     add_place(*origin_);
-    fmt::format_to(fmt::appender(diagnostics_), FMT_COMPILE("octet {}: "), trouble.offset);
+    fmt::format_to(fmt::appender(diagnostics_), FMT_COMPILE(", octet {}: "), trouble.offset);
     switch (step.kind) {
     case WalkStep::Kind::refused:
         ++summary_.refused[step.code];
@@ -249,10 +247,11 @@ Trouble Decoder::note_trouble(const WalkStep &step, std::uint8_t attribute, std:
     return trouble;
 }
 
-void Decoder::report_malformed(const Origin &origin)
+void Decoder::report_malformed(const Origin &origin, Carrier carrier)
 {
+    const std::string_view whole = carrier == Carrier::update ? "message" : "attribute";
     for (const Malformed &malformed : std::exchange(malformed_, {})) {
-        problem(origin, fmt::format(FMT_COMPILE("octet {} of the message: {}"), malformed.offset, malformed.text));
+        problem(origin, fmt::format(FMT_COMPILE("octet {} of the {}: {}"), malformed.offset, whole, malformed.text));
     }
 }
 
@@ -261,10 +260,12 @@ void Decoder::problem(const Origin &origin, std::string_view text)
     ++summary_.problems;
     renderer_->problem(origin, text);
     add_place(origin);
-    if (origin.number != 0) {
-        fmt::format_to(fmt::appender(diagnostics_), FMT_COMPILE("{} {}: "),
-                       origin.unit == Origin::Unit::line ? "column" : "stream octet", origin.offset);
+    const bool on_line = origin.unit == Origin::Unit::line;
+    if (origin.number != 0 && (!on_line || origin.offset != 0)) {
+        fmt::format_to(fmt::appender(diagnostics_), FMT_COMPILE(", {} {}"), on_line ? "column" : "stream octet",
+                       origin.offset);
     }
+    append(diagnostics_, ": ");
     append_visible(diagnostics_, text);
     diagnostics_.push_back('\n');
     give_diagnostics();

@@ -55,7 +55,7 @@ private:
     void offer(const Family &family, const PathAttribute &attribute);
     Trouble note_trouble(const WalkStep &step, std::uint8_t attribute, std::size_t base);
     void note_malformed(const Malformed &malformed) { malformed_.push_back(malformed); }
-    void report_malformed(const Origin &origin);
+    void report_malformed(const Origin &origin, Carrier carrier);
     void add_place(const Origin &origin);
     void give_diagnostics();
 

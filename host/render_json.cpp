@@ -293,7 +293,7 @@ void JsonRenderer::summary(const Summary &summary)
           {"route_refresh", summary.messages[5]},
           {"other", summary.messages[0]}}},
         {"bare_attributes", summary.bare_attributes},
-        {"updates", {{"shown", summary.updates_shown}, {"without_multicast", summary.updates_without_family}}},
+        {"updates", {{"shown", summary.updates_shown}, {"not_shown", summary.updates_without_family}}},
         {"end_of_rib", summary.end_of_rib},
         {"attributes_offered", summary.attributes_offered},
         {"not_decoded", summary.not_decoded},

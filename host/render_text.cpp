@@ -244,8 +244,7 @@ void TextRenderer::summary(const Summary &summary)
         counts("bare attributes", summary.bare_attributes);
     }
     counts("UPDATEs shown", summary.updates_shown,
-           fmt::format("{} without a multicast family, {} End-of-RIB", summary.updates_without_family,
-                       summary.end_of_rib));
+           fmt::format("{} of other families, {} End-of-RIB", summary.updates_without_family, summary.end_of_rib));
     counts("attributes offered", summary.attributes_offered, "beside MP_REACH_NLRI and MP_UNREACH_NLRI");
     if (summary.not_decoded != 0) {
         counts("not decoded yet", summary.not_decoded, "MP attributes of MDT and VPNv4 multicast");

@@ -143,7 +143,7 @@ std::string_view code_meaning(std::uint32_t code)
 {
     switch (code) {
     case QEL_ERR_NLRI_MALFORMED:
-        return "malformed route: wrong length, or wrong length of an address";
+        return "malformed: wrong length of the route or of an address in it";
     case QEL_ERR_NLRI_REFUSED:
         return "route not accepted: unknown route type or RD type, zero address, or address of the other family";
     case QEL_ERR_EXTCOMM_EMPTY:

@@ -375,11 +375,51 @@ TEST_F(DecodeTest, OtherBareAttributeIsOfferedAndCounted)
     EXPECT_TRUE(summary.clean());
 }
 
+TEST_F(DecodeTest, AttributesOfTheUpdateAreOfferedToTheFamilyToo)
+{
+    Session run(as_json());
+    run.message(update(join({attribute(16, bytes("0102c0a85e0c0005")), attribute(22, bytes("00 0b 000000 01")),
+                             attribute(16, bytes("01020304050607")), mp_reach(1, 5, kNextHop, kJoin)})));
+    const nlohmann::json line = lines(run.text()).at(0);
+    EXPECT_EQ(line["nlri"][0]["routes"].size(), 1U);
+    EXPECT_EQ(line["refused"].size(), 2U);
+    EXPECT_EQ(line["refused"][0]["attribute"], 22);
+    EXPECT_EQ(line["refused"][0]["code"], "0x3000b");
+    EXPECT_EQ(line["refused"][0]["offset"], 23 + 11 + 3);
+    EXPECT_EQ(line["refused"][0]["octets"], "000b00000001");
+    EXPECT_EQ(line["refused"][1]["attribute"], 16);
+    EXPECT_EQ(line["refused"][1]["code"], "0x30009");
+    ASSERT_EQ(run.diagnostics.size(), 2U);
+    EXPECT_EQ(run.diagnostics[1], "test.pcap: packet 1, octet 46: extended communities refused, 0x30009, not a whole "
+                                  "number of communities");
+    EXPECT_EQ(run.finish().attributes_offered, 3U);
+}
+
+TEST_F(DecodeTest, AttributesAreOfferedToOneFamilyAlone)
+{
+    Session run;
+    run.message(update(
+        join({mp_unreach(2, 5, {}), attribute(16, bytes("0102c0a85e0c0005")), mp_reach(1, 5, kNextHop, kJoin)})));
+    const Summary &summary = run.finish();
+    EXPECT_EQ(summary.attributes_offered, 1U);
+    EXPECT_TRUE(summary.clean());
+}
+
+TEST_F(DecodeTest, RefusedBareAttributeIsShown)
+{
+    Session run;
+    run.attribute(attribute(16, bytes("01020304050607")));
+    EXPECT_EQ(run.text(), "test.pcap  packet 1\n"
+                          "  refused 0x30009  extended communities (attribute 16)  not a whole number of communities\n"
+                          "      octet 3, 7 octets: 01020304050607\n\n");
+    EXPECT_FALSE(run.finish().clean());
+}
+
 TEST_F(DecodeTest, OctetsBehindABareAttributeAreAProblem)
 {
     Session run;
     run.attribute(join({mp_unreach(1, 5, kJoin), bytes("80")}));
-    EXPECT_NE(run.text().find("problem  octet 30 of the message"), std::string::npos);
+    EXPECT_NE(run.text().find("problem  octet 30 of the attribute"), std::string::npos);
     EXPECT_EQ(run.finish().problems, 1U);
 }
 
@@ -449,7 +489,7 @@ TEST_F(DecodeTest, SummaryInBothForms)
     Session text;
     EXPECT_EQ(feed(text), "Summary\n"
                           "  messages                       2   UPDATE 2\n"
-                          "  UPDATEs shown                  2   0 without a multicast family, 0 End-of-RIB\n"
+                          "  UPDATEs shown                  2   0 of other families, 0 End-of-RIB\n"
                           "  attributes offered             0   beside MP_REACH_NLRI and MP_UNREACH_NLRI\n"
                           "\n"
                           "  routes                 announced   withdrawn\n"

@@ -564,6 +564,15 @@ TEST(Packet, OfAnotherPortOrProtocolIsPassedOver)
     EXPECT_THAT(out.problem_texts(), IsEmpty());
 }
 
+TEST(Packet, WithoutATotalLengthReachesToTheFramesEnd)
+{
+    Bytes offloaded = frame(data(1, update(300))); // as segmentation in the network card leaves it
+    offloaded[14 + 2] = offloaded[14 + 3] = 0;
+    const Collector out = read_frames({{offloaded}});
+    EXPECT_THAT(out.message_octets(), ElementsAre(update(300)));
+    EXPECT_THAT(out.problem_texts(), IsEmpty());
+}
+
 TEST(Packet, MalformedOneIsAProblemWithItsNumber)
 {
     Bytes bad = frame(data(1, keepalive()));

@@ -75,7 +75,7 @@ TEST(TextTest, TimeHasSixOrNineDigits)
         {std::numeric_limits<std::int64_t>::max(), "2262-04-11T23:47:16.854775807Z"},
     };
     for (const auto &[time, text] : rows) {
-        EXPECT_EQ(written([&](Buffer &out) { append_time(out, time); }), text);
+        EXPECT_EQ(written([at = time](Buffer &out) { append_time(out, at); }), text);
     }
 }
 
@@ -95,7 +95,7 @@ TEST(TextTest, JsonStringsAreEscapedAndAlwaysUtf8)
         {std::string("nul\0", 4), std::string("nul\0", 4)},
     };
     for (const auto &[text, value] : rows) {
-        const std::string json = written([&](Buffer &out) { append_json_string(out, text); });
+        const std::string json = written([&from = text](Buffer &out) { append_json_string(out, from); });
         EXPECT_EQ(nlohmann::json::parse(json).get<std::string>(), value) << json;
     }
 }
