@@ -61,6 +61,9 @@ static inline void QEL_Clear(void *pvDst, size_t ulRoom, size_t ulLen, const cha
     }
 }
 
+/* A function on the road of every route: what it calls in its own file is built into it, exported steps too. */
+#define QEL_HOT_PATH [[gnu::flatten]]
+
 /* A record as the bytes of a section. */
 static inline const uint8_t *QEL_Bytes(const void *pv)
 {

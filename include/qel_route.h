@@ -88,8 +88,8 @@ QEL_ASSERT_OFFSET(QEL_IPV6_EXTCOMM_S, usLocalAdmin, 18);
 /* A 16-byte address field: one host-order word in its first four bytes for IPv4, or the 16 wire bytes of an IPv6
  * address. The length byte beside it (0, 32 or 128) tells which. */
 typedef union {
+    uint8_t aucIpv6[16]; /* first, so that an empty initialiser clears the field */
     uint32_t uiIpv4;
-    uint8_t aucIpv6[16];
 } QEL_ADDR_S;
 QEL_ASSERT_SIZE(QEL_ADDR_S, 16);
 

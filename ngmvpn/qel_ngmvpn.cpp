@@ -722,7 +722,8 @@ uint32_t QEL_NGMVPN_OutputCross(QEL_ROUTE_BLOCK_S *pstBlock, uint32_t *puiRemain
     return QEL_OK;
 }
 
-uint32_t QEL_NGMVPN_OutputData(QEL_ROUTE_BLOCK_S **ppstBlock, const QEL_ROUTE_VIEW_S *pstView, uint32_t uiMemHandle)
+QEL_HOT_PATH uint32_t QEL_NGMVPN_OutputData(QEL_ROUTE_BLOCK_S **ppstBlock, const QEL_ROUTE_VIEW_S *pstView,
+                                            uint32_t uiMemHandle)
 {
     if (QEL_Missing(ppstBlock) || QEL_Missing(pstView) || QEL_Zero(uiMemHandle)) {
         return QEL_ERR_NULL;
@@ -768,9 +769,9 @@ uint32_t QEL_NGMVPN_BuildNoneValueOutput(QEL_ROUTE_BLOCK_S **ppstBlock, const QE
     return QEL_OK;
 }
 
-uint32_t QEL_NGMVPN_OutPutRoute(const QEL_NGMVPN_KEY_S *pstKey, const QEL_NGMVPN_NONKEY_S *pstNonKey,
-                                uint32_t uiNlriLen, uint32_t uiRemain, QEL_ROUTE_BLOCK_S **ppstBlock, uint32_t *puiMore,
-                                QEL_FAMILY_CTX_S *pstCtx)
+QEL_HOT_PATH uint32_t QEL_NGMVPN_OutPutRoute(const QEL_NGMVPN_KEY_S *pstKey, const QEL_NGMVPN_NONKEY_S *pstNonKey,
+                                             uint32_t uiNlriLen, uint32_t uiRemain, QEL_ROUTE_BLOCK_S **ppstBlock,
+                                             uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
 {
     if (QEL_Missing(puiMore) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;

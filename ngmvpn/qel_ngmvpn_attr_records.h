@@ -28,6 +28,7 @@ typedef struct {
     uint8_t aucReserved2[2];
     uint32_t uiLabel; /* the 24 bits of the label field as they stand, not shifted */
     union {
+        uint8_t aucIdentifier[260]; /* first, so that an empty initialiser clears every form */
         struct {
             uint32_t uiP2mpId;
             uint16_t usReserved; /* always 0 */
@@ -49,7 +50,6 @@ typedef struct {
             uint16_t usBfrId;
             QEL_ADDR_S stBfrPrefix;
         } stBier; /* type 11 */
-        uint8_t aucIdentifier[260];
     } uTnl;
 } QEL_NGMVPN_PMSI_TNL_S;
 QEL_ASSERT_SIZE(QEL_NGMVPN_PMSI_TNL_S, 268);

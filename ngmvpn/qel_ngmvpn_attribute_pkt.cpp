@@ -396,7 +396,8 @@ static uint32_t QEL_NGMVPN_FormatPmsiTnlMldp_(uint8_t **ppucCursor, const QEL_NG
         QEL_Report(uiPmsiLen);
         return QEL_ERR_FAILED;
     }
-    /* an opaque value above 240 bytes is not copied, only reported; the cursor moves by its length all the same */
+    /* kept: an opaque value above 240 bytes is not copied, only reported, and the cursor moves by its length all the
+     * same; the length octets have been promised to the reader */
     QEL_Copy(pucCursor + QEL_NGMVPN_MLDP_FIXED_LEN, QEL_NGMVPN_OPAQUE_MAX, pstTnl->uTnl.stMldp.aucOpaque, usOpaqueLen);
     *ppucCursor += QEL_NGMVPN_MLDP_FIXED_LEN + usOpaqueLen;
     return QEL_OK;

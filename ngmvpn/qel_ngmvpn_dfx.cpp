@@ -786,7 +786,7 @@ void QEL_NGMVPN_PrefixToIpv4Ipv6(QEL_NGMVPN_CFG_PREFIX_S *pstPrefix, const QEL_A
 void QEL_NGMVPN_Ipv4Ipv6ToPrefix(QEL_ADDR_S *pstAddr, uint32_t uiSize, uint8_t *pucLen,
                                  const QEL_NGMVPN_CFG_PREFIX_S *pstPrefix)
 {
-    static constexpr QEL_ADDR_S stZero = {};
+    static constexpr uint8_t aucZero[sizeof(QEL_ADDR_S)] = {};
     if (QEL_Missing(pstAddr) || QEL_Missing(pucLen) || QEL_Missing(pstPrefix)) {
         return;
     }
@@ -794,7 +794,7 @@ void QEL_NGMVPN_Ipv4Ipv6ToPrefix(QEL_ADDR_S *pstAddr, uint32_t uiSize, uint8_t *
         pstAddr->uiIpv4 = pstPrefix->uiIpv4Addr;
         *pucLen = pstPrefix->uiIpv4Addr != 0 ? QEL_NGMVPN_ADDR_LEN_IPV4 : 0;
     } else if (pstPrefix->ucIpVersion == QEL_NGMVPN_CFG_IPV6 && uiSize >= sizeof(QEL_ADDR_S)) {
-        if (KVO_MemCmp(pstPrefix->aucIpv6Addr, &stZero, sizeof(stZero)) == 0) {
+        if (KVO_MemCmp(pstPrefix->aucIpv6Addr, aucZero, sizeof(aucZero)) == 0) {
             *pucLen = 0;
             return;
         }
@@ -846,12 +846,11 @@ uint32_t QEL_NGMVPN_ParseCfgRd(const uint8_t *pucData, uint32_t uiLen, QEL_ROUTE
 }
 
 /* An empty key of a type as configuration files it. */
-static QEL_NGMVPN_KEY_S QEL_NGMVPN_CfgKey_(uint32_t uiKeyType)
+static void QEL_NGMVPN_StartCfgKey_(QEL_NGMVPN_KEY_S *pstKey, uint32_t uiKeyType)
 {
-    QEL_NGMVPN_KEY_S stKey = {};
-    stKey.uiKeyType = uiKeyType;
-    stKey.ucRdKind = QEL_NGMVPN_RD_KIND_CFG;
-    return stKey;
+    QEL_Clear(pstKey, sizeof(*pstKey), sizeof(*pstKey));
+    pstKey->uiKeyType = uiKeyType;
+    pstKey->ucRdKind = QEL_NGMVPN_RD_KIND_CFG;
 }
 
 static uint32_t QEL_NGMVPN_OutputCfgKey_(const QEL_NGMVPN_KEY_S *pstKey, QEL_ROUTE_BLOCK_S **ppstResult,
@@ -866,7 +865,8 @@ static uint32_t QEL_NGMVPN_OutputCfgKey_(const QEL_NGMVPN_KEY_S *pstKey, QEL_ROU
 uint32_t QEL_NGMVPN_ParseCfgIntraIpmsiAdKey(const uint8_t *pucData, uint32_t /* uiLen */,
                                             QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
 {
-    QEL_NGMVPN_KEY_S stKey = QEL_NGMVPN_CfgKey_(QEL_NGMVPN_KEY_INTRA_IPMSI_AD);
+    QEL_NGMVPN_KEY_S stKey;
+    QEL_NGMVPN_StartCfgKey_(&stKey, QEL_NGMVPN_KEY_INTRA_IPMSI_AD);
     auto *pstAd = &stKey.uKey.stIntraIpmsiAd;
     switch (QEL_Load32(pucData + 4)) {
     case QEL_NGMVPN_CFG_FORM_INTRA_IPV4:
@@ -887,7 +887,8 @@ uint32_t QEL_NGMVPN_ParseCfgIntraIpmsiAdKey(const uint8_t *pucData, uint32_t /* 
 uint32_t QEL_NGMVPN_ParseCfgInterIpmsiAdKey(const uint8_t *pucData, uint32_t /* uiLen */,
                                             QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
 {
-    QEL_NGMVPN_KEY_S stKey = QEL_NGMVPN_CfgKey_(QEL_NGMVPN_KEY_INTER_IPMSI_AD);
+    QEL_NGMVPN_KEY_S stKey;
+    QEL_NGMVPN_StartCfgKey_(&stKey, QEL_NGMVPN_KEY_INTER_IPMSI_AD);
     stKey.uKey.stInterIpmsiAd.uiSourceAs = QEL_Load32(pucData + 8);
     return QEL_NGMVPN_OutputCfgKey_(&stKey, ppstResult, pstCtx);
 }
@@ -895,7 +896,8 @@ uint32_t QEL_NGMVPN_ParseCfgInterIpmsiAdKey(const uint8_t *pucData, uint32_t /* 
 uint32_t QEL_NGMVPN_ParseCfgSpmsiAdKey(const uint8_t *pucData, uint32_t /* uiLen */, QEL_ROUTE_BLOCK_S **ppstResult,
                                        QEL_FAMILY_CTX_S *pstCtx)
 {
-    QEL_NGMVPN_KEY_S stKey = QEL_NGMVPN_CfgKey_(QEL_NGMVPN_KEY_SPMSI_AD);
+    QEL_NGMVPN_KEY_S stKey;
+    QEL_NGMVPN_StartCfgKey_(&stKey, QEL_NGMVPN_KEY_SPMSI_AD);
     auto *pstAd = &stKey.uKey.stSpmsiAd;
     QEL_NGMVPN_TakePrefix_(pucData, 8, &pstAd->stSrcAddr, &pstAd->ucSrcAddrLen);
     QEL_NGMVPN_TakePrefix_(pucData, 29, &pstAd->stGrpAddr, &pstAd->ucGrpAddrLen);
@@ -903,24 +905,22 @@ uint32_t QEL_NGMVPN_ParseCfgSpmsiAdKey(const uint8_t *pucData, uint32_t /* uiLen
     return QEL_NGMVPN_OutputCfgKey_(&stKey, ppstResult, pstCtx);
 }
 
-static QEL_NGMVPN_KEY_S QEL_NGMVPN_CfgIpmsiLeafKey_(const uint8_t *pucData)
+static void QEL_NGMVPN_CfgIpmsiLeafKey_(QEL_NGMVPN_KEY_S *pstKey, const uint8_t *pucData)
 {
-    QEL_NGMVPN_KEY_S stKey = QEL_NGMVPN_CfgKey_(QEL_NGMVPN_KEY_IPMSI_LEAF_AD);
-    auto *pstLeaf = &stKey.uKey.stIpmsiLeafAd;
+    QEL_NGMVPN_StartCfgKey_(pstKey, QEL_NGMVPN_KEY_IPMSI_LEAF_AD);
+    auto *pstLeaf = &pstKey->uKey.stIpmsiLeafAd;
     QEL_NGMVPN_TakePrefix_(pucData, 8, &pstLeaf->stOrigAddr, &pstLeaf->ucOrigAddrLen);
     QEL_NGMVPN_TakePrefix_(pucData, 29, &pstLeaf->stLeafAddr, &pstLeaf->ucLeafAddrLen);
-    return stKey;
 }
 
-static QEL_NGMVPN_KEY_S QEL_NGMVPN_CfgSpmsiLeafKey_(const uint8_t *pucData)
+static void QEL_NGMVPN_CfgSpmsiLeafKey_(QEL_NGMVPN_KEY_S *pstKey, const uint8_t *pucData)
 {
-    QEL_NGMVPN_KEY_S stKey = QEL_NGMVPN_CfgKey_(QEL_NGMVPN_KEY_SPMSI_LEAF_AD);
-    auto *pstLeaf = &stKey.uKey.stSpmsiLeafAd;
+    QEL_NGMVPN_StartCfgKey_(pstKey, QEL_NGMVPN_KEY_SPMSI_LEAF_AD);
+    auto *pstLeaf = &pstKey->uKey.stSpmsiLeafAd;
     QEL_NGMVPN_TakePrefix_(pucData, 8, &pstLeaf->stSrcAddr, &pstLeaf->ucSrcAddrLen);
     QEL_NGMVPN_TakePrefix_(pucData, 29, &pstLeaf->stGrpAddr, &pstLeaf->ucGrpAddrLen);
     QEL_NGMVPN_TakePrefix_(pucData, 50, &pstLeaf->stOrigAddr, &pstLeaf->ucOrigAddrLen);
     QEL_NGMVPN_TakePrefix_(pucData, 71, &pstLeaf->stLeafAddr, &pstLeaf->ucLeafAddrLen);
-    return stKey;
 }
 
 uint32_t QEL_NGMVPN_ParseCfgLeafAdKey(const uint8_t *pucData, uint32_t /* uiLen */, QEL_ROUTE_BLOCK_S **ppstResult,
@@ -931,15 +931,20 @@ uint32_t QEL_NGMVPN_ParseCfgLeafAdKey(const uint8_t *pucData, uint32_t /* uiLen 
         /* kept: success without a route; the form is written by nobody and read as nothing */
         return QEL_OK;
     }
-    const QEL_NGMVPN_KEY_S stKey = uiForm == QEL_NGMVPN_CFG_FORM_IPMSI_LEAF ? QEL_NGMVPN_CfgIpmsiLeafKey_(pucData)
-                                                                            : QEL_NGMVPN_CfgSpmsiLeafKey_(pucData);
+    QEL_NGMVPN_KEY_S stKey;
+    if (uiForm == QEL_NGMVPN_CFG_FORM_IPMSI_LEAF) {
+        QEL_NGMVPN_CfgIpmsiLeafKey_(&stKey, pucData);
+    } else {
+        QEL_NGMVPN_CfgSpmsiLeafKey_(&stKey, pucData);
+    }
     return QEL_NGMVPN_OutputCfgKey_(&stKey, ppstResult, pstCtx);
 }
 
 uint32_t QEL_NGMVPN_ParseCfgSourceActiveAdKey(const uint8_t *pucData, uint32_t /* uiLen */,
                                               QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
 {
-    QEL_NGMVPN_KEY_S stKey = QEL_NGMVPN_CfgKey_(QEL_NGMVPN_KEY_SOURCE_ACTIVE_AD);
+    QEL_NGMVPN_KEY_S stKey;
+    QEL_NGMVPN_StartCfgKey_(&stKey, QEL_NGMVPN_KEY_SOURCE_ACTIVE_AD);
     auto *pstActive = &stKey.uKey.stSourceActiveAd;
     QEL_NGMVPN_TakePrefix_(pucData, 8, &pstActive->stSrcAddr, &pstActive->ucSrcAddrLen);
     QEL_NGMVPN_TakePrefix_(pucData, 29, &pstActive->stGrpAddr, &pstActive->ucGrpAddrLen);
@@ -949,9 +954,10 @@ uint32_t QEL_NGMVPN_ParseCfgSourceActiveAdKey(const uint8_t *pucData, uint32_t /
 uint32_t QEL_NGMVPN_ParseCfgCMulticastRouteKey(const uint8_t *pucData, uint32_t /* uiLen */,
                                                QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
 {
-    QEL_NGMVPN_KEY_S stKey =
-        QEL_NGMVPN_CfgKey_(QEL_Load32(pucData) == QEL_NGMVPN_WIRE_SHARED_TREE_JOIN ? QEL_NGMVPN_KEY_SHARED_TREE_JOIN
-                                                                                   : QEL_NGMVPN_KEY_SOURCE_TREE_JOIN);
+    QEL_NGMVPN_KEY_S stKey;
+    QEL_NGMVPN_StartCfgKey_(&stKey, QEL_Load32(pucData) == QEL_NGMVPN_WIRE_SHARED_TREE_JOIN
+                                        ? QEL_NGMVPN_KEY_SHARED_TREE_JOIN
+                                        : QEL_NGMVPN_KEY_SOURCE_TREE_JOIN);
     auto *pstJoin = &stKey.uKey.stCMulticastRoute;
     pstJoin->uiSourceAs = QEL_Load32(pucData + 8);
     QEL_NGMVPN_TakePrefix_(pucData, 16, &pstJoin->stSrcAddr, &pstJoin->ucSrcAddrLen);

@@ -249,8 +249,8 @@ static inline uint32_t QEL_NGMVPN_EndSrcGrpRoute_(const QEL_NGMVPN_NLRI_S *pstNl
 
 /* ---- parsing ---- */
 
-uint32_t QEL_NGMVPN_ParseMpNlri(const uint8_t **ppucCursor, uint32_t uiLen, QEL_ROUTE_BLOCK_S **ppstResult,
-                                uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
+QEL_HOT_PATH uint32_t QEL_NGMVPN_ParseMpNlri(const uint8_t **ppucCursor, uint32_t uiLen, QEL_ROUTE_BLOCK_S **ppstResult,
+                                             uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
 {
     if (QEL_Missing(ppucCursor) || QEL_Missing(ppstResult) || QEL_Missing(puiMore) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
@@ -862,8 +862,8 @@ void QEL_NGMVPN_FormatSpmsiRoutekey(const QEL_NGMVPN_KEY_AT_S *pstKey, QEL_NGMVP
     (void)QEL_NGMVPN_PutInnerSpmsi_(&pucCursor, pstKey, QEL_Bytes(&pstKey->stRd));
 }
 
-uint32_t QEL_NGMVPN_FormatMpNlri(QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t uiOutLen,
-                                 QEL_FAMILY_CTX_S *pstCtx)
+QEL_HOT_PATH uint32_t QEL_NGMVPN_FormatMpNlri(QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t uiOutLen,
+                                              QEL_FAMILY_CTX_S *pstCtx)
 {
     if (QEL_Missing(pstRoute) || QEL_Missing(ppucCursor) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
@@ -1117,7 +1117,7 @@ int32_t QEL_NGMVPN_CmpRd(const void *pvA, uint32_t uiLenA, const void *pvB, uint
     return QEL_NGMVPN_CmpNumber_(QEL_Load32(pucA + sizeof(uint32_t)), QEL_Load32(pucB + sizeof(uint32_t)));
 }
 
-int32_t QEL_NGMVPN_CmpKey(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB)
+QEL_HOT_PATH int32_t QEL_NGMVPN_CmpKey(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB)
 {
     if (!QEL_NGMVPN_AreSections_(pvA, uiLenA, pvB, uiLenB, sizeof(QEL_NGMVPN_KEY_S))) {
         return QEL_CMP_FAILED;

@@ -45,6 +45,7 @@ QEL_EXTERN_C_BEGIN
 typedef struct {
     uint32_t uiKeyType;
     union {
+        uint8_t aucBody[88]; /* first, so that an empty initialiser clears every form */
         struct {
             uint8_t aucReserved4[4];
             uint8_t ucOrigAddrLen;
@@ -109,7 +110,6 @@ typedef struct {
             uint8_t aucReserved29[3];
             QEL_ADDR_S stGrpAddr;
         } stCMulticastRoute; /* key types 7 and 8 */
-        uint8_t aucBody[88];
     } uKey;
     QEL_RD_VALUE_S stRd;
     uint8_t ucRdKind;
