@@ -1,5 +1,6 @@
 // qel-mcast: shows the multicast routes that BGP messages in captures or in hex text carry.
 #include "host/decode.h"
+#include "host/filter.h"
 #include "host/input.h"
 #include "host/output.h"
 #include "terminal.h"
@@ -25,14 +26,46 @@ constexpr int kExitClean = 0;
 constexpr int kExitFindings = 1; // something was refused, or could not be read or written
 constexpr int kExitUsage = 2;
 
-constexpr const char *kVersion = "qel-mcast 0.1.0";
+constexpr const char *kVersion = "qel-mcast " QEL_MCAST_VERSION;
 
 struct DecodeArguments {
     std::optional<host::FamilyKind> family;
     bool json = false;
+    bool raw = false;
+    bool stats = false;
+    host::RouteFilter filter;
     cli::ColourChoice colour = cli::ColourChoice::automatic;
     std::vector<std::string> files;
 };
+
+// An option whose text `parse` turns into an optional value; what it refuses is a mistake of the command line.
+template <class Value, class Parse>
+void add_parsed(CLI::App &app, const std::string &name, const std::string &placeholder, const std::string &help,
+                std::optional<Value> &value, Parse parse)
+{
+    app.add_option_function<std::string>(
+           name,
+           [&value, parse, name](const std::string &text) {
+               value = parse(text);
+               if (!value) {
+                   throw CLI::ValidationError(name, "not understood: " + text);
+               }
+           },
+           help)
+        ->type_name(placeholder)
+        ->group("Filters (a route is shown if it agrees with all of them)");
+}
+
+void add_filters(CLI::App &decode, host::RouteFilter &filter)
+{
+    add_parsed(decode, "--type", "N[,N...]", "Route types, 1 to 7", filter.types, host::route_types);
+    add_parsed(decode, "--rd", "RD", "Route distinguisher, such as 65000:99 or 10.0.0.1:5", filter.rd,
+               host::canonical_rd);
+    add_parsed(decode, "--rt", "RT", "A route target of the UPDATE, such as 100:1, 192.0.2.1:5 or 2001:db8::1.7",
+               filter.route_target, host::canonical_route_target);
+    add_parsed(decode, "--source", "ADDR", "Source address, or * for the wildcard", filter.source, host::flow_address);
+    add_parsed(decode, "--group", "ADDR", "Group address, or * for the wildcard", filter.group, host::flow_address);
+}
 
 void add_decode(CLI::App &app, DecodeArguments &arguments)
 {
@@ -52,12 +85,15 @@ void add_decode(CLI::App &app, DecodeArguments &arguments)
         ->check(CLI::IsMember(&families))
         ->default_str("all");
     decode->add_flag("--json", arguments.json, "One JSON object per line instead of the listing");
+    decode->add_flag("--raw", arguments.raw, "Add the octets of every route and path attribute in hex");
+    decode->add_flag("--stats", arguments.stats, "Only the summary");
     decode
         ->add_option_function<std::string>(
             "--color", [&arguments](const std::string &name) { arguments.colour = colours.at(name); },
             "Colours in the listing; auto: on a terminal, unless NO_COLOR is set")
         ->check(CLI::IsMember(&colours))
         ->default_str("auto");
+    add_filters(*decode, arguments.filter);
     decode->add_option("FILE", arguments.files, "pcap, pcapng or hex text; - is standard input")->required();
 }
 
@@ -72,6 +108,9 @@ int run_decode(const DecodeArguments &arguments)
     options.json = arguments.json;
     options.colour = !arguments.json && cli::use_colour(arguments.colour);
     options.family = arguments.family;
+    options.raw = arguments.raw;
+    options.stats = arguments.stats;
+    options.filter = arguments.filter;
     // Where both streams meet on a terminal, a message stands right below the listing that it belongs to.
     options.diagnostic = [&](std::string_view line) {
         if (one_terminal) {

@@ -22,8 +22,15 @@ bool is_mp(std::uint8_t attribute_type)
 Decoder::Decoder(DecodeOptions options, Output &out)
     : options_(std::move(options)), blocks_before_(platform::usage(options_.mem_handle).live_blocks),
       assertions_before_(platform::assert_count()),
-      renderer_(options_.json ? make_json_renderer(out) : make_text_renderer(out, options_.colour))
+      renderer_(options_.json ? make_json_renderer(out, options_.raw)
+                              : make_text_renderer(out, options_.colour, options_.raw))
 {
+    if (options_.stats) {
+        renderer_ = make_summary_renderer(std::move(renderer_));
+    }
+    if (options_.filter.active()) {
+        summary_.routes_matched = 0;
+    }
     for (const FamilyInfo &info : known_families()) {
         if (info.decodable() && wanted(&info)) {
             families_.emplace_back(info, options_.mem_handle);
@@ -79,25 +86,11 @@ const Family *Decoder::instance(const FamilyInfo &info) const
     return nullptr;
 }
 
-bool Decoder::shows_anything(Octets attributes, std::size_t base) const
-{
-    AttributeList list(attributes, base);
-    for (PathAttribute attribute; list.next(attribute);) {
-        if (is_mp(attribute.type)) {
-            const MpAttribute mp = split_mp(attribute);
-            if (wanted(find_family(mp.afi, mp.safi))) {
-                return true;
-            }
-        }
-    }
-    return false;
-}
-
 // Path attributes tell of the routes that are announced: they belong to the family of MP_REACH_NLRI, and to that of
 // MP_UNREACH_NLRI where no family of ours announces.
-const Family *Decoder::owner_of_attributes(Octets attributes, std::size_t base) const
+Decoder::Survey Decoder::survey(Octets attributes, std::size_t base, Carrier carrier) const
 {
-    const Family *owner = nullptr;
+    Survey out;
     AttributeList list(attributes, base);
     for (PathAttribute attribute; list.next(attribute);) {
         if (!is_mp(attribute.type)) {
@@ -105,51 +98,91 @@ const Family *Decoder::owner_of_attributes(Octets attributes, std::size_t base) 
         }
         const MpAttribute mp = split_mp(attribute);
         const FamilyInfo *info = find_family(mp.afi, mp.safi);
-        const Family *family = info != nullptr ? instance(*info) : nullptr;
-        if (family != nullptr && (owner == nullptr || attribute.type == kAttrMpReach)) {
-            owner = family;
+        if (!wanted(info)) {
+            continue;
+        }
+        out.shown = true;
+        const Family *family = instance(*info);
+        if (out.owner == nullptr && is_announcement(mp)) {
+            out.attributes_shown = true;
+        }
+        if (family != nullptr && (out.owner == nullptr || is_announcement(mp))) {
+            out.owner = family;
+            out.attributes_shown = is_announcement(mp);
         }
     }
-    return owner;
+    if (!out.shown && carrier == Carrier::bare_attribute) {
+        out.owner = instance(*find_family(kAfiIpv4, kSafiMcastVpn)); // nothing tells which family it was meant for
+        out.attributes_shown = out.owner != nullptr;
+    }
+    return out;
 }
 
+// The attributes tell of the routes, wherever these stand: two passes over the list.
 void Decoder::decode(const Origin &origin, Octets attributes, std::size_t base, Carrier carrier)
 {
     origin_ = &origin;
-    const bool shown = shows_anything(attributes, base);
-    const Family *owner = nullptr;
-    if (shown) {
-        ++summary_.updates_shown;
-        owner = owner_of_attributes(attributes, base);
-        open_update();
-    } else if (carrier == Carrier::update) {
-        ++summary_.updates_without_family;
+    matched_ = 0;
+    const Survey found = survey(attributes, base, carrier);
+    const bool open = found.shown || carrier == Carrier::bare_attribute;
+    if (open) {
+        renderer_->begin_update(origin);
+        read_attributes(found, attributes, base);
     } else {
-        owner = instance(*find_family(kAfiIpv4, kSafiMcastVpn)); // nothing tells which family it was meant for
+        ++summary_.updates_without_family;
     }
     AttributeList list(attributes, base);
     for (PathAttribute attribute; list.next(attribute);) {
         if (is_mp(attribute.type)) {
             decode_mp(attribute);
-        } else if (owner != nullptr) {
-            offer(*owner, attribute);
         }
     }
     if (list.malformed()) {
         note_malformed(*list.malformed());
     }
-    if (std::exchange(open_, false)) {
-        renderer_->end_update();
+    if (open) {
+        end_update(found);
     }
     give_diagnostics();
     report_malformed(origin, carrier);
 }
 
-void Decoder::open_update()
+void Decoder::read_attributes(const Survey &survey, Octets attributes, std::size_t base)
 {
-    if (!std::exchange(open_, true)) {
-        renderer_->begin_update(*origin_);
+    attributes_.reset(survey.owner);
+    attribute_troubles_.clear();
+    AttributeList list(attributes, base);
+    for (PathAttribute attribute; list.next(attribute);) {
+        if (is_mp(attribute.type)) {
+            continue;
+        }
+        if (options_.raw) {
+            attributes_.add_wire(attribute);
+        }
+        if (survey.owner != nullptr) {
+            offer(*survey.owner, attribute);
+        }
     }
+    if (survey.attributes_shown) {
+        renderer_->attributes(attributes_);
+    }
+    for (const Trouble &trouble : attribute_troubles_) {
+        renderer_->attribute_trouble(trouble);
+    }
+    targets_match_ = options_.filter.accepts_targets(attributes_);
+}
+
+void Decoder::end_update(const Survey &survey)
+{
+    bool keep = survey.shown || !attribute_troubles_.empty() || !attributes_.empty();
+    if (options_.filter.active()) {
+        keep = matched_ != 0;
+        summary_.updates_without_match += survey.shown && !keep ? 1U : 0U;
+        *summary_.routes_matched += matched_;
+    }
+    summary_.updates_shown += keep ? 1U : 0U;
+    renderer_->end_update(keep);
+    attributes_.reset(nullptr);
 }
 
 void Decoder::decode_mp(const PathAttribute &attribute)
@@ -165,6 +198,7 @@ void Decoder::decode_mp(const PathAttribute &attribute)
     if (!wanted(info)) {
         return;
     }
+    const std::uint64_t matched_before = matched_;
     renderer_->begin_nlri(*info, mp);
     summary_.end_of_rib += is_end_of_rib(mp) ? 1U : 0U;
     if (const Family *family = instance(*info)) {
@@ -172,7 +206,7 @@ void Decoder::decode_mp(const PathAttribute &attribute)
     } else {
         ++summary_.not_decoded;
     }
-    renderer_->end_nlri();
+    renderer_->end_nlri(!options_.filter.active() || matched_ != matched_before);
 }
 
 void Decoder::decode_nlri(const Family &family, const MpAttribute &mp)
@@ -180,24 +214,40 @@ void Decoder::decode_nlri(const Family &family, const MpAttribute &mp)
     AttributeWalk walk(family, mp.attribute, mp.nlri);
     for (WalkStep step; walk.next(step);) {
         if (step.kind == WalkStep::Kind::block) {
-            show_route(mp, mp.nlri_offset + step.offset, std::move(step.block));
+            show_route(mp, step);
         } else {
             renderer_->trouble(note_trouble(step, mp.attribute, mp.nlri_offset));
         }
     }
 }
 
-void Decoder::show_route(const MpAttribute &mp, std::size_t offset, BlockPtr block)
+// An announced route is expanded with the attributes of its UPDATE, a withdrawn one has none.
+void Decoder::show_route(const MpAttribute &mp, WalkStep &step)
 {
-    const Route route(std::move(block));
-    const std::optional<NgMvpnRoute> values = ng_mvpn_route(route.info());
+    const std::size_t offset = mp.nlri_offset + step.offset;
+    std::optional<NgMvpnRoute> values;
+    if (is_announcement(mp)) {
+        attributes_.route().add(std::move(step.block));
+        values = ng_mvpn_route(attributes_.info());
+    } else {
+        values = ng_mvpn_route(Route(std::move(step.block)).info());
+    }
     if (!values) {
         note_malformed({offset, "the family gave a route without a key"});
         return;
     }
     Summary::RouteCount &count = summary_.routes[values->type];
     ++(is_announcement(mp) ? count.announced : count.withdrawn);
-    renderer_->route(offset, *values);
+    if (matches(mp, *values)) {
+        ++matched_;
+        renderer_->route(offset, step.octets, *values);
+    }
+}
+
+bool Decoder::matches(const MpAttribute &mp, const NgMvpnRoute &route) const
+{
+    const bool has_target = !options_.filter.route_target || (is_announcement(mp) && targets_match_);
+    return has_target && options_.filter.accepts(route);
 }
 
 void Decoder::offer(const Family &family, const PathAttribute &attribute)
@@ -205,9 +255,19 @@ void Decoder::offer(const Family &family, const PathAttribute &attribute)
     ++summary_.attributes_offered;
     AttributeWalk walk(family, attribute.type, attribute.value);
     for (WalkStep step; walk.next(step);) {
-        if (step.kind != WalkStep::Kind::block) {
-            open_update();
-            renderer_->attribute_trouble(note_trouble(step, attribute.type, attribute.value_offset));
+        switch (step.kind) {
+        case WalkStep::Kind::block:
+            if (!attributes_.add(std::move(step.block))) {
+                note_malformed({attribute.offset, "a path attribute a second time; the first one counts"});
+            }
+            break;
+        case WalkStep::Kind::not_carried:
+            ++summary_.tunnels_not_carried;
+            attributes_.add_not_carried({attribute.value_offset, attribute.value});
+            break;
+        default:
+            attribute_troubles_.push_back(note_trouble(step, attribute.type, attribute.value_offset));
+            break;
         }
     }
 }
@@ -236,8 +296,7 @@ Trouble Decoder::note_trouble(const WalkStep &step, std::uint8_t attribute, std:
         ++summary_.lost;
         append(diagnostics_, "route lost, out of memory");
         break;
-    case WalkStep::Kind::unread:
-    case WalkStep::Kind::block:
+    default:
         ++summary_.unread;
         fmt::format_to(fmt::appender(diagnostics_), FMT_COMPILE("{} not read to its end, octets left: {}"),
                        attribute_name(attribute), step.octets.size());

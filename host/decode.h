@@ -1,7 +1,9 @@
 // Decodes BGP messages through the address families and shows what they hold.
 #pragma once
 
+#include "host/attributes.h"
 #include "host/family.h"
+#include "host/filter.h"
 #include "host/input.h"
 #include "host/render.h"
 #include "host/update.h"
@@ -19,6 +21,9 @@ namespace qel::host {
 struct DecodeOptions {
     bool json = false;
     bool colour = false;
+    bool raw = false;   // with octets
+    bool stats = false; // the summary alone
+    RouteFilter filter;
     std::optional<FamilyKind> family; // only this one; nothing: all
     std::uint32_t mem_handle = 1;     // everything that the families allocate
     // Every refusal and every problem as one line without its newline, behind the UPDATE that it belongs to.
@@ -42,17 +47,24 @@ public:
 
 private:
     enum class Carrier : std::uint8_t { update, bare_attribute };
+    // What stands to be shown of a list of path attributes.
+    struct Survey {
+        bool shown = false;            // there are routes of a family that is asked for
+        const Family *owner = nullptr; // to whom the other attributes belong
+        bool attributes_shown = false; // there are routes that these attributes tell of
+    };
 
     bool wanted(const FamilyInfo *info) const;
     const Family *instance(const FamilyInfo &info) const;
-    const Family *owner_of_attributes(Octets attributes, std::size_t base) const;
-    bool shows_anything(Octets attributes, std::size_t base) const;
+    Survey survey(Octets attributes, std::size_t base, Carrier carrier) const;
     void decode(const Origin &origin, Octets attributes, std::size_t base, Carrier carrier);
-    void open_update();
+    void read_attributes(const Survey &survey, Octets attributes, std::size_t base);
     void decode_mp(const PathAttribute &attribute);
     void decode_nlri(const Family &family, const MpAttribute &mp);
-    void show_route(const MpAttribute &mp, std::size_t offset, BlockPtr block);
+    void show_route(const MpAttribute &mp, WalkStep &step);
+    bool matches(const MpAttribute &mp, const NgMvpnRoute &route) const;
     void offer(const Family &family, const PathAttribute &attribute);
+    void end_update(const Survey &survey);
     Trouble note_trouble(const WalkStep &step, std::uint8_t attribute, std::size_t base);
     void note_malformed(const Malformed &malformed) { malformed_.push_back(malformed); }
     void report_malformed(const Origin &origin, Carrier carrier);
@@ -68,7 +80,10 @@ private:
 
     // The UPDATE at work.
     const Origin *origin_ = nullptr;
-    bool open_ = false;
+    UpdateAttributes attributes_;
+    std::vector<Trouble> attribute_troubles_;
+    bool targets_match_ = true;
+    std::uint64_t matched_ = 0; // routes of the UPDATE
     std::vector<Malformed> malformed_;
     Buffer diagnostics_; // lines
 };

@@ -2,7 +2,37 @@
 
 #include "qel_byteorder.h"
 
+#include <utility>
+
 namespace qel::host {
+
+namespace {
+
+class SummaryRenderer final : public Renderer {
+public:
+    explicit SummaryRenderer(std::unique_ptr<Renderer> renderer) : renderer_(std::move(renderer)) {}
+
+    void begin_update(const Origin &) override {}
+    void attributes(UpdateAttributes &) override {}
+    void attribute_trouble(const Trouble &) override {}
+    void begin_nlri(const FamilyInfo &, const MpAttribute &) override {}
+    void route(std::size_t, Octets, const NgMvpnRoute &) override {}
+    void trouble(const Trouble &) override {}
+    void end_nlri(bool) override {}
+    void end_update(bool) override {}
+    void problem(const Origin &, std::string_view) override {}
+    void summary(const Summary &summary) override { renderer_->summary(summary); }
+
+private:
+    std::unique_ptr<Renderer> renderer_;
+};
+
+} // namespace
+
+std::unique_ptr<Renderer> make_summary_renderer(std::unique_ptr<Renderer> renderer)
+{
+    return std::make_unique<SummaryRenderer>(std::move(renderer));
+}
 
 std::string_view unit_name(Origin::Unit unit)
 {
@@ -36,6 +66,12 @@ void append_next_hop(Buffer &out, const MpAttribute &mp, std::size_t index)
         append_hex(out, mp.next_hop);
         return;
     }
+}
+
+void append_community_type(Buffer &out, std::uint16_t type)
+{
+    append(out, "0x");
+    append_hex(out, std::array{static_cast<std::uint8_t>(type >> 8), static_cast<std::uint8_t>(type)});
 }
 
 void append_address(Buffer &out, const MvpnAddress &address)

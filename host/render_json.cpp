@@ -5,7 +5,9 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <string>
+#include <utility>
 
 namespace qel::host {
 namespace {
@@ -37,6 +39,12 @@ public:
         return text_;
     }
 
+    void clear()
+    {
+        text_.clear();
+        separator_.reset();
+    }
+
     // Writes ,"name":[...] if there is anything in it, and forgets it.
     void give(Buffer &out, std::string_view name)
     {
@@ -47,8 +55,7 @@ public:
             append(out, {text_.data(), text_.size()});
             out.push_back(']');
         }
-        text_.clear();
-        separator_.reset();
+        clear();
     }
 
 private:
@@ -134,20 +141,242 @@ void append_trouble(Buffer &out, const Trouble &trouble, bool with_attribute)
     append(out, "\"}");
 }
 
+void append_text_member(Buffer &out, std::string_view name, std::string_view value)
+{
+    append(out, ",\"");
+    append(out, name);
+    append(out, "\":");
+    append_json_string(out, value);
+}
+
+void append_hex_member(Buffer &out, std::string_view name, Octets octets)
+{
+    append(out, ",\"");
+    append(out, name);
+    append(out, "\":\"");
+    append_hex(out, octets);
+    out.push_back('"');
+}
+
+void append_ipv4_member(Buffer &out, std::string_view name, std::uint32_t address)
+{
+    append(out, ",\"");
+    append(out, name);
+    append(out, "\":\"");
+    append_ipv4(out, address);
+    out.push_back('"');
+}
+
+void append_ipv6_member(Buffer &out, std::string_view name, const std::uint8_t *address)
+{
+    append(out, ",\"");
+    append(out, name);
+    append(out, "\":\"");
+    append_ipv6(out, address);
+    out.push_back('"');
+}
+
+// {"type":"0x0002","text":"..." and no brace behind it.
+void append_community_start(Buffer &out, std::uint16_t type, std::string_view text)
+{
+    append(out, "{\"type\":\"");
+    append_community_type(out, type);
+    out.push_back('"');
+    append_text_member(out, "text", text);
+}
+
+void append_community(Buffer &out, const Community &community, std::string_view text)
+{
+    append_community_start(out, community.type, text);
+    switch (community.form) {
+    case Community::Form::as2:
+    case Community::Form::as4:
+        append_member(out, "global", community.global);
+        append_member(out, "local", community.local);
+        break;
+    case Community::Form::ipv4:
+        append_ipv4_member(out, "global_ip", community.global);
+        append_member(out, "local", community.local);
+        break;
+    case Community::Form::other:
+        append_hex_member(out, "value", community.octets);
+        break;
+    }
+    out.push_back('}');
+}
+
+void append_pmsi(Buffer &out, const QEL_NGMVPN_PMSI_TNL_S &tunnel, std::string_view text)
+{
+    append(out, "{\"flags\":");
+    append_number(out, tunnel.ucFlags);
+    append_member(out, "type", tunnel.ucTnlType);
+    append_plain_member(out, "name", tunnel_type_name(tunnel.ucTnlType));
+    append_member(out, "label", tunnel.uiLabel);
+    switch (tunnel.ucTnlType) {
+    case QEL_NGMVPN_TNL_RSVP_TE_P2MP:
+        append_member(out, "p2mp_id", tunnel.uTnl.stRsvpTe.uiP2mpId);
+        append_member(out, "tunnel_id", tunnel.uTnl.stRsvpTe.usTunnelId);
+        append_ipv4_member(out, "ext_tunnel_id", tunnel.uTnl.stRsvpTe.uiExtTunnelId);
+        break;
+    case QEL_NGMVPN_TNL_MLDP_P2MP: {
+        const auto &mldp = tunnel.uTnl.stMldp;
+        const std::size_t length = std::min<std::size_t>(mldp.usOpaqueLen, sizeof(mldp.aucOpaque));
+        append_ipv4_member(out, "root", mldp.uiRootAddr);
+        append_member(out, "fec_type", mldp.ucFecType);
+        append_hex_member(out, "opaque", {mldp.aucOpaque, length});
+        break;
+    }
+    case QEL_NGMVPN_TNL_BIER:
+        append_member(out, "sub_domain", tunnel.uTnl.stBier.ucSubDomainId);
+        append_member(out, "bfr_id", tunnel.uTnl.stBier.usBfrId);
+        if (tunnel.uTnl.stBier.ucBfrPrefixLen == sizeof(std::uint32_t)) {
+            append_ipv4_member(out, "bfr_prefix", tunnel.uTnl.stBier.stBfrPrefix.uiIpv4);
+        } else {
+            append_ipv6_member(out, "bfr_prefix", tunnel.uTnl.stBier.stBfrPrefix.aucIpv6);
+        }
+        break;
+    default:
+        break;
+    }
+    append_text_member(out, "text", text);
+    out.push_back('}');
+}
+
+void append_not_carried(Buffer &out, const NotCarriedTunnel &tunnel)
+{
+    append(out, "{\"attribute\":");
+    append_number(out, QEL_ATTR_TYPE_PMSI);
+    append_member(out, "tunnel_type", tunnel.type());
+    append_plain_member(out, "name", tunnel_type_name(tunnel.type()));
+    append_member(out, "flags", tunnel.flags());
+    append_member(out, "label", tunnel.label());
+    append_member(out, "offset", tunnel.offset);
+    append_hex_member(out, "octets", tunnel.octets);
+    out.push_back('}');
+}
+
+void append_wire(Buffer &out, const PathAttribute &attribute)
+{
+    append(out, "{\"attribute\":");
+    append_number(out, attribute.type);
+    append_member(out, "flags", attribute.flags);
+    append_member(out, "offset", attribute.value_offset);
+    append_hex_member(out, "octets", attribute.value);
+    out.push_back('}');
+}
+
+// The members of one object, each written by `write`.
+class Members {
+public:
+    explicit Members(Buffer &out) : out_(out) {}
+
+    template <class Write> void member(std::string_view name, Write write)
+    {
+        separator_.next(out_);
+        out_.push_back('"');
+        append(out_, name);
+        append(out_, "\":");
+        write();
+    }
+
+    // Nothing for an array without elements.
+    template <class Write> void array(std::string_view name, std::size_t count, Write write)
+    {
+        if (count == 0) {
+            return;
+        }
+        member(name, [&] {
+            for (std::size_t i = 0; i < count; ++i) {
+                out_.push_back(i == 0 ? '[' : ',');
+                write(i);
+            }
+            out_.push_back(']');
+        });
+    }
+
+private:
+    Buffer &out_;
+    Separator separator_;
+};
+
+void append_attributes(Buffer &out, UpdateAttributes &attributes)
+{
+    const QEL_ROUTE_INFO_S &info = attributes.info();
+    Members members(out);
+    members.array("ext_communities", community_count(info), [&](std::size_t i) {
+        append_community(out, community(info, i), attributes.text(Shown::communities, i));
+    });
+    members.array("ipv6_ext_communities", ipv6_community_count(info), [&](std::size_t i) {
+        const Ipv6Community value = ipv6_community(info, i);
+        append_community_start(out, value.type, attributes.text(Shown::ipv6_communities, i));
+        append_ipv6_member(out, "address", value.octets.data());
+        append_member(out, "local", value.local());
+        out.push_back('}');
+    });
+    if (const auto tunnel = pmsi_tunnel(info)) {
+        members.member("pmsi", [&] { append_pmsi(out, *tunnel, attributes.text(Shown::tunnel)); });
+    }
+    if (const auto sid = prefix_sid(info)) {
+        members.member("prefix_sid", [&] {
+            append(out, "{\"sid\":\"");
+            append_ipv6(out, sid->sid.data());
+            out.push_back('"');
+            append_member(out, "behavior", sid->behavior);
+            append_text_member(out, "text", attributes.text(Shown::prefix_sid));
+            out.push_back('}');
+        });
+    }
+    if (const auto sid = msid(info)) {
+        members.member("msid", [&] {
+            append(out, "{\"msid\":\"");
+            append_ipv6(out, sid->msid.data());
+            out.push_back('"');
+            if (sid->has_structure) {
+                append_member(out, "prefix_len", sid->prefix_len);
+                append_member(out, "msid_len", sid->msid_len);
+            }
+            append_text_member(out, "text", attributes.text(Shown::msid));
+            out.push_back('}');
+        });
+    }
+    const auto &not_carried = attributes.not_carried();
+    members.array("not_carried", not_carried.size(), [&](std::size_t i) { append_not_carried(out, not_carried[i]); });
+    const auto &wire = attributes.wire();
+    members.array("octets", wire.size(), [&](std::size_t i) { append_wire(out, wire[i]); });
+}
+
 class JsonRenderer final : public Renderer {
 public:
-    explicit JsonRenderer(Output &out) : output_(out) {}
+    JsonRenderer(Output &out, bool raw) : output_(out), raw_(raw) {}
 
     void begin_update(const Origin &origin) override
     {
+        update_start_ = out().size();
+        nlri_.reset();
+        nlri_open_ = false;
         append(out(), R"({"kind":"update")");
         append_origin(out(), origin);
-        append(out(), R"(,"nlri":[)");
-        nlri_.reset();
+    }
+
+    void attributes(UpdateAttributes &attributes) override
+    {
+        if (!attributes.empty()) {
+            append(out(), ",\"attributes\":{");
+            append_attributes(out(), attributes);
+            out().push_back('}');
+        }
+    }
+
+    void attribute_trouble(const Trouble &trouble) override
+    {
+        append_trouble(attributes_refused_.element(), trouble, true);
     }
 
     void begin_nlri(const FamilyInfo &family, const MpAttribute &mp) override
     {
+        open_nlri();
+        nlri_start_ = out().size();
+        nlri_before_ = nlri_;
         nlri_.next(out());
         append(out(), "{\"attribute\":");
         append_number(out(), mp.attribute);
@@ -170,7 +399,7 @@ public:
         }
     }
 
-    void route(std::size_t offset, const NgMvpnRoute &route) override
+    void route(std::size_t offset, Octets octets, const NgMvpnRoute &route) override
     {
         routes_.next(out());
         append(out(), "{\"offset\":");
@@ -194,6 +423,9 @@ public:
         if (route.explicit_wildcard) {
             append(out(), ",\"explicit_wildcard\":true");
         }
+        if (raw_) {
+            append_hex_member(out(), "octets", octets);
+        }
         out().push_back('}');
     }
 
@@ -204,14 +436,21 @@ public:
             return append_trouble(refused_.element(), trouble, false);
         case WalkStep::Kind::lost:
             return append_trouble(lost_.element(), trouble, false);
-        case WalkStep::Kind::unread:
-        case WalkStep::Kind::block:
+        default:
             return append_trouble(unread_.element(), trouble, false);
         }
     }
 
-    void end_nlri() override
+    void end_nlri(bool keep) override
     {
+        if (!keep) {
+            out().resize(nlri_start_);
+            nlri_ = nlri_before_;
+            refused_.clear();
+            lost_.clear();
+            unread_.clear();
+            return;
+        }
         if (decoded_) {
             out().push_back(']');
         }
@@ -221,13 +460,14 @@ public:
         out().push_back('}');
     }
 
-    void attribute_trouble(const Trouble &trouble) override
+    void end_update(bool keep) override
     {
-        append_trouble(attributes_refused_.element(), trouble, true);
-    }
-
-    void end_update() override
-    {
+        if (!keep) {
+            out().resize(update_start_);
+            attributes_refused_.clear();
+            return;
+        }
+        open_nlri();
         out().push_back(']');
         attributes_refused_.give(out(), "refused");
         append(out(), "}\n");
@@ -260,8 +500,20 @@ private:
         out().push_back(']');
     }
 
+    void open_nlri()
+    {
+        if (!std::exchange(nlri_open_, true)) {
+            append(out(), ",\"nlri\":[");
+        }
+    }
+
     Output &output_;
+    bool raw_;
+    std::size_t update_start_ = 0;
+    std::size_t nlri_start_ = 0;
+    bool nlri_open_ = false;
     Separator nlri_;
+    Separator nlri_before_;
     Separator routes_;
     bool decoded_ = true;
     Later refused_;
@@ -283,7 +535,7 @@ void JsonRenderer::summary(const Summary &summary)
     for (const auto &[code, count] : summary.refused) {
         refused[fmt::format("0x{:x}", code)] = count;
     }
-    const Json line{
+    Json line{
         {"kind", "summary"},
         {"messages",
          {{"open", summary.messages[1]},
@@ -293,9 +545,13 @@ void JsonRenderer::summary(const Summary &summary)
           {"route_refresh", summary.messages[5]},
           {"other", summary.messages[0]}}},
         {"bare_attributes", summary.bare_attributes},
-        {"updates", {{"shown", summary.updates_shown}, {"not_shown", summary.updates_without_family}}},
+        {"updates",
+         {{"shown", summary.updates_shown},
+          {"no_match", summary.updates_without_match},
+          {"not_shown", summary.updates_without_family}}},
         {"end_of_rib", summary.end_of_rib},
         {"attributes_offered", summary.attributes_offered},
+        {"not_carried", summary.tunnels_not_carried},
         {"not_decoded", summary.not_decoded},
         {"routes", routes},
         {"refused", refused},
@@ -305,15 +561,18 @@ void JsonRenderer::summary(const Summary &summary)
         {"assertions", summary.assertions},
         {"blocks_leaked", summary.blocks_leaked},
     };
+    if (summary.routes_matched) {
+        line["routes_matched"] = *summary.routes_matched;
+    }
     append(out(), line.dump());
     out().push_back('\n');
 }
 
 } // namespace
 
-std::unique_ptr<Renderer> make_json_renderer(Output &out)
+std::unique_ptr<Renderer> make_json_renderer(Output &out, bool raw)
 {
-    return std::make_unique<JsonRenderer>(out);
+    return std::make_unique<JsonRenderer>(out, raw);
 }
 
 } // namespace qel::host

@@ -14,6 +14,7 @@ constexpr std::size_t kNameWidth = 19;
 constexpr std::size_t kRdWidth = 13;
 constexpr std::size_t kAsWidth = 10;
 constexpr std::size_t kAddressWidth = 15;
+constexpr std::size_t kAttributeWidth = 16;
 // More octets than that tell a reader nothing; JSON has them all.
 constexpr std::size_t kOctetsShown = 80;
 
@@ -30,19 +31,33 @@ constexpr Palette kColours{"\x1b[1m", "\x1b[2m", "\x1b[32m", "\x1b[33m", "\x1b[3
 
 class TextRenderer final : public Renderer {
 public:
-    TextRenderer(Output &out, bool colour) : output_(out), colours_(colour ? kColours : kPlain) {}
+    TextRenderer(Output &out, bool colour, bool raw) : output_(out), colours_(colour ? kColours : kPlain), raw_(raw) {}
 
-    void begin_update(const Origin &origin) override { head(origin); }
-    void begin_nlri(const FamilyInfo &family, const MpAttribute &mp) override;
-    void route(std::size_t offset, const NgMvpnRoute &route) override;
-    void trouble(const Trouble &trouble) override { show_trouble(trouble, {}); }
-    void end_nlri() override {}
+    void begin_update(const Origin &origin) override
+    {
+        update_start_ = out().size();
+        head(origin);
+    }
+    void attributes(UpdateAttributes &attributes) override;
     void attribute_trouble(const Trouble &trouble) override
     {
         show_trouble(trouble, attribute_name(trouble.attribute));
     }
-    void end_update() override
+    void begin_nlri(const FamilyInfo &family, const MpAttribute &mp) override;
+    void route(std::size_t offset, Octets octets, const NgMvpnRoute &route) override;
+    void trouble(const Trouble &trouble) override { show_trouble(trouble, {}); }
+    void end_nlri(bool keep) override
     {
+        if (!keep) {
+            out().resize(nlri_start_);
+        }
+    }
+    void end_update(bool keep) override
+    {
+        if (!keep) {
+            out().resize(update_start_);
+            return;
+        }
         out().push_back('\n');
         output_.flush_when_full();
     }
@@ -78,12 +93,33 @@ private:
         }
     }
 
+    // A line of the attributes above the routes.
+    template <class Write> void attribute(std::string_view label, Write write)
+    {
+        append(out(), "  ");
+        const std::size_t start = out().size();
+        append(out(), colours_.label);
+        append(out(), label);
+        append(out(), colours_.off);
+        pad_to(out(), start, kAttributeWidth + colours_.label.size() + colours_.off.size());
+        append(out(), "  ");
+        write();
+        out().push_back('\n');
+    }
+
     void head(const Origin &origin);
+    void communities(UpdateAttributes &attributes);
+    void ipv6_communities(UpdateAttributes &attributes);
+    void tunnels(UpdateAttributes &attributes);
+    void segment_ids(UpdateAttributes &attributes);
     void show_trouble(const Trouble &trouble, std::string_view attribute);
     void counts(std::string_view label, std::uint64_t value, std::string_view remark = {});
 
     Output &output_;
     Palette colours_;
+    bool raw_;
+    std::size_t update_start_ = 0;
+    std::size_t nlri_start_ = 0;
     std::size_t column_ = 0;
     std::size_t column_width_ = 0;
 };
@@ -112,8 +148,114 @@ void TextRenderer::head(const Origin &origin)
     out().push_back('\n');
 }
 
+// The family's text, and what it leaves untold: the type without a label, the value without one of the three forms.
+void append_community(Buffer &out, std::string_view text, std::uint16_t type, Octets value)
+{
+    if (text.empty() || text.front() == ' ') {
+        append_community_type(out, type);
+        append(out, text);
+    } else {
+        append(out, text);
+    }
+    if (text.find('<') == std::string_view::npos) {
+        out.push_back(' ');
+        if (!text.empty()) {
+            append_community_type(out, type);
+            out.push_back(' ');
+        }
+        append_hex(out, value);
+    }
+}
+
+void TextRenderer::communities(UpdateAttributes &attributes)
+{
+    const std::size_t count = community_count(attributes.info());
+    if (count == 0) {
+        return;
+    }
+    attribute("communities", [&] {
+        for (std::size_t i = 0; i < count; ++i) {
+            const Community value = community(attributes.info(), i);
+            append(out(), i == 0 ? "" : ", ");
+            append_community(out(), attributes.text(Shown::communities, i), value.type, value.octets);
+        }
+    });
+}
+
+void TextRenderer::ipv6_communities(UpdateAttributes &attributes)
+{
+    const std::size_t count = ipv6_community_count(attributes.info());
+    if (count == 0) {
+        return;
+    }
+    attribute("IPv6 communities", [&] {
+        for (std::size_t i = 0; i < count; ++i) {
+            const Ipv6Community value = ipv6_community(attributes.info(), i);
+            append(out(), i == 0 ? "" : ", ");
+            append_community(out(), attributes.text(Shown::ipv6_communities, i), value.type, value.octets);
+        }
+    });
+}
+
+void TextRenderer::tunnels(UpdateAttributes &attributes)
+{
+    if (const auto tunnel = pmsi_tunnel(attributes.info())) {
+        attribute("tunnel", [&] {
+            const std::string_view text = attributes.text(Shown::tunnel);
+            append(out(), text.empty() ? tunnel_type_name(tunnel->ucTnlType) : text);
+        });
+    }
+    for (const NotCarriedTunnel &tunnel : attributes.not_carried()) {
+        attribute("tunnel", [&] {
+            if (tunnel.type() == QEL_NGMVPN_TNL_NONE) {
+                append(out(), tunnel_type_name(tunnel.type()));
+            } else {
+                fmt::format_to(fmt::appender(out()), FMT_COMPILE("type {} ({}) not carried by this family"),
+                               tunnel.type(), tunnel_type_name(tunnel.type()));
+            }
+            append(out(), ", octets ");
+            append_hex(out(), tunnel.octets);
+        });
+    }
+}
+
+void TextRenderer::segment_ids(UpdateAttributes &attributes)
+{
+    if (const auto sid = prefix_sid(attributes.info())) {
+        attribute("Prefix-SID", [&] {
+            const std::string_view text = attributes.text(Shown::prefix_sid);
+            append(out(), text);
+            if (text.empty()) {
+                fmt::format_to(fmt::appender(out()), FMT_COMPILE("behavior {} "), sid->behavior);
+                append_ipv6(out(), sid->sid.data());
+            }
+        });
+    }
+    if (const auto sid = msid(attributes.info())) {
+        attribute("MSID", [&] {
+            const std::string_view text = attributes.text(Shown::msid);
+            append(out(), text);
+            if (text.empty()) {
+                append_ipv6(out(), sid->msid.data());
+            }
+        });
+    }
+}
+
+void TextRenderer::attributes(UpdateAttributes &attributes)
+{
+    communities(attributes);
+    ipv6_communities(attributes);
+    tunnels(attributes);
+    segment_ids(attributes);
+    for (const PathAttribute &each : attributes.wire()) {
+        attribute(fmt::format(FMT_COMPILE("raw attribute {}"), each.type), [&] { append_hex(out(), each.value); });
+    }
+}
+
 void TextRenderer::begin_nlri(const FamilyInfo &family, const MpAttribute &mp)
 {
+    nlri_start_ = out().size();
     append(out(), "  ");
     if (is_announcement(mp)) {
         painted(colours_.announced, "announced");
@@ -144,7 +286,7 @@ void TextRenderer::begin_nlri(const FamilyInfo &family, const MpAttribute &mp)
     out().push_back('\n');
 }
 
-void TextRenderer::route(std::size_t, const NgMvpnRoute &route)
+void TextRenderer::route(std::size_t, Octets octets, const NgMvpnRoute &route)
 {
     append(out(), "    ");
     append_number(out(), route.type);
@@ -166,8 +308,11 @@ void TextRenderer::route(std::size_t, const NgMvpnRoute &route)
     if (route.explicit_wildcard) {
         field("wildcard", 0, [&] { append(out(), "written out"); });
     }
+    if (raw_) {
+        append(out(), "\n      octets ");
+        append_hex(out(), octets);
+    }
     out().push_back('\n');
-    output_.flush_when_full();
 }
 
 void TextRenderer::show_trouble(const Trouble &trouble, std::string_view attribute)
@@ -182,8 +327,7 @@ void TextRenderer::show_trouble(const Trouble &trouble, std::string_view attribu
     case WalkStep::Kind::lost:
         append(out(), "lost");
         break;
-    case WalkStep::Kind::unread:
-    case WalkStep::Kind::block:
+    default:
         append(out(), "not read");
         break;
     }
@@ -244,10 +388,18 @@ void TextRenderer::summary(const Summary &summary)
         counts("bare attributes", summary.bare_attributes);
     }
     counts("UPDATEs shown", summary.updates_shown,
-           fmt::format("{} of other families, {} End-of-RIB", summary.updates_without_family, summary.end_of_rib));
+           fmt::format("{}{} of other families, {} End-of-RIB",
+                       summary.routes_matched ? fmt::format("{} without a match, ", summary.updates_without_match) : "",
+                       summary.updates_without_family, summary.end_of_rib));
     counts("attributes offered", summary.attributes_offered, "beside MP_REACH_NLRI and MP_UNREACH_NLRI");
+    if (summary.tunnels_not_carried != 0) {
+        counts("tunnels not carried", summary.tunnels_not_carried, "of another type, or no tunnel information");
+    }
     if (summary.not_decoded != 0) {
         counts("not decoded yet", summary.not_decoded, "MP attributes of MDT and VPNv4 multicast");
+    }
+    if (summary.routes_matched) {
+        counts("routes matched", *summary.routes_matched, "by the filter");
     }
     fmt::format_to(fmt::appender(out()), "\n  {:<20}{:>12}{:>12}\n", "routes", "announced", "withdrawn");
     Summary::RouteCount all;
@@ -281,9 +433,9 @@ void TextRenderer::summary(const Summary &summary)
 
 } // namespace
 
-std::unique_ptr<Renderer> make_text_renderer(Output &out, bool colour)
+std::unique_ptr<Renderer> make_text_renderer(Output &out, bool colour, bool raw)
 {
-    return std::make_unique<TextRenderer>(out, colour);
+    return std::make_unique<TextRenderer>(out, colour, raw);
 }
 
 } // namespace qel::host

@@ -151,24 +151,34 @@ std::string_view code_meaning(std::uint32_t code)
     case QEL_ERR_EXTCOMM_LEN:
         return "not a whole number of communities";
     case QEL_ERR_PMSI_NO_TUNNEL:
-        return "PMSI tunnel type 0 with nothing behind it";
+        return "no PMSI tunnel information";
     case QEL_ERR_PMSI_FLAGS:
         return "unknown PMSI tunnel flags";
     case QEL_ERR_PMSI_IDENT:
-        return "PMSI tunnel identifier not valid, or a tunnel type that is not carried";
+        return "PMSI tunnel identifier not valid";
     case QEL_ERR_PMSI_LEN:
         return "PMSI tunnel attribute or identifier of the wrong length";
     case QEL_ERR_PFXSID_LEN:
         return "Prefix-SID attribute of the wrong length";
     case QEL_ERR_PFXSID_TLV:
         return "Prefix-SID TLV of the wrong length";
+    case QEL_ERR_NO_ENTRY:
+        return "Prefix-SID of a kind that is not carried: no SRv6 L3 service with a SID";
     case QEL_ERR_MSID:
         return "malformed MSID attribute";
+    case QEL_ERR_EXTCOMM_TLV:
+        return "malformed extended communities";
     case QEL_ERR_VALUE:
         return "value not valid";
+    case QEL_ERR_FAILED:
+        return "failed";
+    case QEL_ERR_SPACE:
+    case QEL_ERR_ABSENT:
+        return "not enough room, or a part of the route is missing";
     case QEL_ERR_MEMORY:
     case QEL_ERR_ALLOC:
         return "out of memory";
+    case QEL_ERR_ARGUMENT:
     case QEL_ERR_NULL:
         return "bad argument";
     default:

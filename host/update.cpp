@@ -133,6 +133,12 @@ std::size_t AttributeWalk::framed_length() const
     return std::min(left, std::size_t{2} + octets_[at_ + 1]);
 }
 
+// A tunnel that is not carried has the code of a refused identifier; the family stepped over it.
+bool AttributeWalk::is_not_carried(std::uint32_t code, bool moved) const
+{
+    return type_ == QEL_ATTR_TYPE_PMSI && (code == QEL_ERR_PMSI_NO_TUNNEL || (code == QEL_ERR_PMSI_IDENT && moved));
+}
+
 bool AttributeWalk::may_go_on(std::uint32_t code, std::uint32_t more, std::size_t after) const
 {
     if (!is_nlri() || more != 1 || after >= octets_.size()) {
@@ -172,7 +178,8 @@ bool AttributeWalk::next(WalkStep &step)
     stopped_ = !may_go_on(step.code, more, at_ + static_cast<std::size_t>(cursor - start));
     const std::size_t length = framed_length();
     if (step.code != QEL_OK) {
-        give(step, WalkStep::Kind::refused, length);
+        const bool not_carried = is_not_carried(step.code, cursor != start);
+        give(step, not_carried ? WalkStep::Kind::not_carried : WalkStep::Kind::refused, length);
         return true;
     }
     if (block == nullptr && !is_nlri()) {

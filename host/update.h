@@ -83,10 +83,11 @@ MpAttribute split_mp(const PathAttribute &attribute);
 // What the walk of an attribute came upon.
 struct WalkStep {
     enum class Kind : std::uint8_t {
-        block,   // a route, or the record of another attribute: `block` holds it
-        refused, // the family answered `code`
-        lost,    // a route was read, but there was no memory for its block
-        unread,  // nobody looked at these octets
+        block,       // a route, or the record of another attribute: `block` holds it
+        refused,     // the family answered `code`
+        lost,        // a route was read, but there was no memory for its block
+        unread,      // nobody looked at these octets
+        not_carried, // a well-formed PMSI tunnel attribute without a tunnel, or with one that the family does not carry
     };
 
     Kind kind = Kind::unread;
@@ -109,6 +110,7 @@ public:
 private:
     bool is_nlri() const;
     std::size_t framed_length() const;
+    bool is_not_carried(std::uint32_t code, bool moved) const;
     bool may_go_on(std::uint32_t code, std::uint32_t more, std::size_t after) const;
     void give(WalkStep &step, WalkStep::Kind kind, std::size_t length);
 

@@ -63,6 +63,10 @@ const std::string kMarker(32, 'f');
 const std::string kGood = kMarker + "003102 0000 001a 800f17 000105 0512 0000fde80001869f 20 0a630c04 20 effbffe4\n";
 const std::string kRefused = kMarker + "002b02 0000 0014 800f11 000105 080c 0000fde80001869f 01020304\n";
 
+// MP_REACH_NLRI of the same route with a route target.
+const std::string kTargets = kMarker + "004202 0000 002b c01008 0002006400000001 800e1d 000105 04 0a0a0603 00 "
+                                       "0512 0000fde80001869f 20 0a630c04 20 effbffe4\n";
+
 TEST_F(CommandTest, CleanInputExitsWith0)
 {
     const Outcome outcome = run("decode " + write("good", kGood));
@@ -99,7 +103,9 @@ TEST_F(CommandTest, WrongCommandLineExitsWith2)
     const std::string file = write("good", kGood);
     for (const std::string &arguments :
          {std::string(), std::string("decode"), std::string("encode"), "decode --family ipv4 " + file,
-          "decode --color sometimes " + file, "decode --no-such-option " + file}) {
+          "decode --color sometimes " + file, "decode --no-such-option " + file, "decode --type 8 " + file,
+          "decode --rd 100 " + file, "decode --rt 100 " + file, "decode --source 10.0.0 " + file,
+          "decode --group any " + file, "decode --type " + file}) {
         const Outcome outcome = run(arguments);
         EXPECT_EQ(outcome.status, 2) << arguments;
         EXPECT_EQ(outcome.out, "") << arguments;
@@ -145,6 +151,69 @@ TEST_F(CommandTest, FamilyFilterLeavesTheOthersOut)
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.out.find("announced  IPv4"), std::string::npos);
     EXPECT_EQ(outcome.out.find("withdrawn  IPv4"), std::string::npos);
+}
+
+TEST_F(CommandTest, RouteFiltersShowMatchingRoutesAlone)
+{
+    const std::string file = write("good", kGood);
+    for (const char *match : {"--type 5", "--type 3,5", "--type=5", "--rd 65000:99999", "--source 10.99.12.4",
+                              "--group 239.251.255.228", "--type 5 --rd 65000:99999"}) {
+        const Outcome outcome = run(std::string("decode ") + match + " " + file);
+        EXPECT_EQ(outcome.status, 0) << match;
+        EXPECT_NE(outcome.out.find("Source Active A-D    RD"), std::string::npos) << match;
+        EXPECT_NE(outcome.out.find("routes matched                 1"), std::string::npos) << match;
+    }
+    for (const char *miss :
+         {"--type 3", "--rd 65000:1", "--rt 100:1", "--source '*'", "--group 239.1.1.1", "--type 5 --rd 65000:1"}) {
+        const Outcome outcome = run(std::string("decode ") + miss + " " + file);
+        EXPECT_EQ(outcome.status, 0) << miss;
+        EXPECT_EQ(outcome.out.find("Source Active A-D    RD"), std::string::npos) << miss;
+        EXPECT_NE(outcome.out.find("routes matched                 0"), std::string::npos) << miss;
+    }
+}
+
+TEST_F(CommandTest, RouteTargetFilterLooksAtTheAttributes)
+{
+    const std::string file = write("targets", kTargets);
+    EXPECT_NE(run("decode --rt 100:1 " + file).out.find("  communities       RT <100 : 1>\n"), std::string::npos);
+    EXPECT_EQ(run("decode --rt 100:2 " + file).out.find("communities"), std::string::npos);
+}
+
+TEST_F(CommandTest, FilterHidesNoRefusal)
+{
+    const Outcome outcome = run("decode --type 5 " + write("refused", kRefused));
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("0x60002"), std::string::npos);
+    EXPECT_EQ(outcome.out.substr(0, 8), "Summary\n");
+}
+
+TEST_F(CommandTest, RawAddsOctets)
+{
+    const std::string file = write("targets", kTargets);
+    const std::string text = run("decode --raw " + file).out;
+    EXPECT_NE(text.find("  raw attribute 16  0002006400000001\n"), std::string::npos);
+    EXPECT_NE(text.find("      octets 05120000fde80001869f200a630c0420effbffe4\n"), std::string::npos);
+    EXPECT_EQ(run("decode " + file).out.find("octets"), std::string::npos);
+}
+
+TEST_F(CommandTest, StatsAreTheSummaryAlone)
+{
+    const std::string file = write("both", kGood + kRefused);
+    const Outcome text = run("decode --stats " + file);
+    EXPECT_EQ(text.status, 1);
+    EXPECT_NE(text.err, "");
+    EXPECT_EQ(text.out.substr(0, 8), "Summary\n");
+    const Outcome json = run("decode --stats --json " + file);
+    EXPECT_EQ(nlohmann::json::parse(json.out)["kind"], "summary");
+}
+
+TEST_F(CommandTest, TunnelThatIsNotCarriedIsNoMistake)
+{
+    const Outcome outcome = run("decode " + write("tunnel", "c01609 0006 000640 c0000201\n"));
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_NE(outcome.out.find("tunnel            type 6 (ingress replication) not carried by this family"),
+              std::string::npos);
 }
 
 TEST_F(CommandTest, ColoursComeWhenAskedForAndNeverInAPipe)

@@ -1,5 +1,4 @@
-#include "host/decode.h"
-
+#include "decode_session.h"
 #include "update_builder.h"
 
 #include <nlohmann/json.hpp>
@@ -14,6 +13,7 @@
 namespace qel::host {
 namespace {
 
+using test::as_json;
 using test::attribute;
 using test::Bytes;
 using test::bytes;
@@ -21,8 +21,11 @@ using test::ExactCopy;
 using test::join;
 using test::kMemHandle;
 using test::LeakCheck;
+using test::lines;
 using test::mp_reach;
 using test::mp_unreach;
+using test::only;
+using test::Session;
 using test::update;
 
 const Bytes kNextHop = bytes("0a0a0603");
@@ -30,81 +33,6 @@ const Bytes kJoin = bytes("06 16 0000 fde8 0001869f 0000fde8 20 0a63c701 20 effb
 const Bytes kSourceActive = bytes("05 12 0000 fde8 0001869f 20 0a630c04 20 effbffe4");  // 20
 const Bytes kType8 = bytes("08 0c 0000 fde8 0001869f 01020304");                        // 14
 const Bytes kZeroSource = bytes("05 12 0000 fde8 0001869f 20 00000000 20 effbffe4");    // 20
-
-// A decoder whose listing, messages and summary are looked at.
-struct Session {
-    explicit Session(DecodeOptions options = {}, std::uint32_t mem_handle = kMemHandle)
-    {
-        options.mem_handle = mem_handle;
-        options.diagnostic = [this](std::string_view line) { diagnostics.emplace_back(line); };
-        decoder = std::make_unique<Decoder>(std::move(options), out);
-    }
-
-    Session &message(const Bytes &octets)
-    {
-        const ExactCopy copy(octets);
-        decoder->message(origin, {copy.data(), copy.size()});
-        ++origin.number;
-        return *this;
-    }
-
-    Session &attribute(const Bytes &octets)
-    {
-        const ExactCopy copy(octets);
-        decoder->attribute(origin, {copy.data(), copy.size()});
-        ++origin.number;
-        return *this;
-    }
-
-    // What was written since the last look.
-    std::string text()
-    {
-        out.flush();
-        return std::exchange(written, {});
-    }
-
-    const Summary &finish()
-    {
-        decoder->finish();
-        return decoder->summary();
-    }
-
-    std::string written;
-    Output out{[this](std::string_view piece) { written += piece; }};
-    std::vector<std::string> diagnostics;
-    std::unique_ptr<Decoder> decoder;
-    Origin origin{.file = "test.pcap",
-                  .unit = Origin::Unit::packet,
-                  .number = 1,
-                  .offset = 0,
-                  .time_ns = {},
-                  .from = {},
-                  .to = {}};
-};
-
-DecodeOptions as_json()
-{
-    DecodeOptions options;
-    options.json = true;
-    return options;
-}
-
-DecodeOptions only(FamilyKind kind)
-{
-    DecodeOptions options;
-    options.family = kind;
-    return options;
-}
-
-std::vector<nlohmann::json> lines(const std::string &text)
-{
-    std::vector<nlohmann::json> out;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        out.push_back(nlohmann::json::parse(line));
-    }
-    return out;
-}
 
 class DecodeTest : public testing::Test {
 private:

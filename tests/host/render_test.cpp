@@ -106,7 +106,7 @@ TEST(TextTest, EveryCodeThatAPacketParserAnswersHasItsOwnWords)
     for (const std::uint32_t code :
          {QEL_ERR_NLRI_MALFORMED, QEL_ERR_NLRI_REFUSED, QEL_ERR_EXTCOMM_EMPTY, QEL_ERR_EXTCOMM_LEN,
           QEL_ERR_PMSI_NO_TUNNEL, QEL_ERR_PMSI_FLAGS, QEL_ERR_PMSI_IDENT, QEL_ERR_PMSI_LEN, QEL_ERR_PFXSID_LEN,
-          QEL_ERR_PFXSID_TLV, QEL_ERR_MSID, QEL_ERR_ALLOC, QEL_ERR_NULL}) {
+          QEL_ERR_PFXSID_TLV, QEL_ERR_NO_ENTRY, QEL_ERR_MSID, QEL_ERR_ALLOC, QEL_ERR_NULL}) {
         const std::string_view meaning = code_meaning(code);
         EXPECT_NE(meaning, code_meaning(0xffffffff)) << code;
         EXPECT_TRUE(seen.emplace(meaning, code).second) << meaning;
@@ -152,7 +152,7 @@ std::string text_of(const NgMvpnRoute &route)
 {
     std::string text;
     Output out([&](std::string_view piece) { text += piece; });
-    make_text_renderer(out, false)->route(31, route);
+    make_text_renderer(out, false)->route(31, {}, route);
     out.flush();
     return text;
 }
@@ -166,9 +166,9 @@ nlohmann::json json_of(const NgMvpnRoute &route)
     MpAttribute mp;
     mp.attribute = kAttrMpReach;
     renderer->begin_nlri(*find_family(1, 5), mp);
-    renderer->route(31, route);
-    renderer->end_nlri();
-    renderer->end_update();
+    renderer->route(31, {}, route);
+    renderer->end_nlri(true);
+    renderer->end_update(true);
     out.flush();
     return nlohmann::json::parse(text)["nlri"][0]["routes"][0];
 }
@@ -377,10 +377,10 @@ TEST_F(RendererTest, ColoursComeInPairsAndOnlyWhenAsked)
         const auto renderer = make_text_renderer(out(), colour);
         renderer->begin_update({});
         renderer->begin_nlri(*find_family(1, 5), mp);
-        renderer->route(0, from_key(make_key(3)));
+        renderer->route(0, {}, from_key(make_key(3)));
         renderer->trouble({});
-        renderer->end_nlri();
-        renderer->end_update();
+        renderer->end_nlri(true);
+        renderer->end_update(true);
         renderer->problem({}, "text");
         renderer->summary({});
         const std::string shown = text();
@@ -415,13 +415,13 @@ TEST_F(RendererTest, JsonLineHoldsEverything)
     renderer->trouble({WalkStep::Kind::refused, 14, 0x60002, 31, octets});
     renderer->trouble({WalkStep::Kind::lost, 14, 0, 33, octets});
     renderer->trouble({WalkStep::Kind::unread, 14, 0, 35, octets});
-    renderer->end_nlri();
+    renderer->end_nlri(true);
     mp.safi = 66;
     mp.attribute = kAttrMpUnreach;
     renderer->begin_nlri(*find_family(1, 66), mp);
-    renderer->end_nlri();
+    renderer->end_nlri(true);
     renderer->attribute_trouble({WalkStep::Kind::refused, 22, 0x3000b, 90, octets});
-    renderer->end_update();
+    renderer->end_update(true);
     EXPECT_EQ(nlohmann::json::parse(text()), nlohmann::json::parse(R"({
         "kind":"update","file":"x\".pcap","unit":"packet","number":12,"offset":76,"time":null,
         "from":"10.0.0.1:179","to":"10.0.0.2:179",
@@ -440,8 +440,8 @@ TEST_F(RendererTest, JsonLineHoldsEverything)
     mp.nlri = {};
     renderer->begin_update({});
     renderer->begin_nlri(*find_family(1, 5), mp);
-    renderer->end_nlri();
-    renderer->end_update();
+    renderer->end_nlri(true);
+    renderer->end_update(true);
     EXPECT_EQ(nlohmann::json::parse(text()), nlohmann::json::parse(R"({
         "kind":"update","file":"","unit":"packet","number":0,"offset":0,"time":null,
         "nlri":[{"attribute":15,"action":"withdraw","afi":1,"safi":5,"family":"ng-mvpn","end_of_rib":true,

@@ -195,6 +195,9 @@ std::string show_walk(const Family &family, std::uint8_t type, const Bytes &octe
         case WalkStep::Kind::unread:
             out += "unread";
             break;
+        case WalkStep::Kind::not_carried:
+            out += fmt::format("not-carried:{:x}", step.code);
+            break;
         }
         out += fmt::format("@{}+{} ", step.offset, step.octets.size());
     }
@@ -391,6 +394,37 @@ TEST_F(WalkTest, AttributeOtherThanNlriIsOfferedOnce)
     Scripted::code = 0;
     Scripted::give_block = true;
     EXPECT_EQ(show_walk(family, 22, bytes("0101aa0101bb")), "route@0+6");
+}
+
+TEST_F(WalkTest, TunnelThatTheFamilySteppedOverIsNoRefusal)
+{
+    const std::pair<const char *, const char *> rows[] = {
+        {"00 00 000000", "not-carried:20004@0+5"},
+        {"01 06 000640 c0000201", "not-carried:3000a@0+9"},
+        {"00 03 000000 c0000201 e8010101", "not-carried:3000a@0+13"},
+        {"00 7f 000000", "not-carried:3000a@0+5"},
+        {"00 00 000000 00", "refused:3000b@0+6"},
+        {"00 06 000000 20010db8000000000000000000000001", "refused:3000b@0+21"},
+        {"00 01 000000 00000005 0001 0011 c0000201", "refused:3000a@0+17"}, // reserved octets that are not 0
+        {"02 06 000000 c0000201", "refused:30004@0+9"},
+    };
+    for (const auto &[wire, expected] : rows) {
+        EXPECT_EQ(show_walk(family_, 22, bytes(wire)), expected) << wire;
+    }
+}
+
+TEST_F(WalkTest, CodeOfARefusedIdentifierIsARefusalInEveryOtherAttribute)
+{
+    const Family family(kScripted, kMemHandle);
+    Scripted::code = 0x3000a;
+    Scripted::write_more = true;
+    Scripted::more = 0;
+    Scripted::step = 3;
+    Scripted::give_block = false;
+    EXPECT_EQ(show_walk(family, 16, bytes("0101aa")), "refused:3000a@0+3");
+    EXPECT_EQ(show_walk(family, 22, bytes("0101aa")), "not-carried:3000a@0+3");
+    Scripted::step = 0;
+    EXPECT_EQ(show_walk(family, 22, bytes("0101aa")), "refused:3000a@0+3");
 }
 
 TEST_F(WalkTest, BlockThatComesWithAFailureIsFreed)
