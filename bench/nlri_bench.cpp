@@ -1,5 +1,7 @@
 // What one route costs in the library, beside the floor: the least that the same result can cost on the same platform
 // services.
+#include "bench/table.h"
+
 #include "host/family.h"
 #include "host/route.h"
 #include "host/update.h"
@@ -8,14 +10,8 @@
 #include "platform/bounds.h"
 #include "platform/zvk.h"
 
-#include <benchmark/benchmark.h>
-#include <fmt/format.h>
-
-#include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <cstring>
-#include <map>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -27,23 +23,6 @@ namespace {
 constexpr std::uint32_t kMemHandle = 3;
 constexpr std::uint32_t kAttribute = host::kAttrMpReach;
 constexpr std::size_t kRoom = 78; // of the largest route
-
-using Bytes = std::vector<std::uint8_t>;
-
-Bytes bytes(std::string_view hex)
-{
-    Bytes out;
-    std::string digits;
-    for (const char c : hex) {
-        if (c != ' ') {
-            digits += c;
-        }
-        if (digits.size() == 2) {
-            out.push_back(static_cast<std::uint8_t>(std::stoul(std::exchange(digits, {}), nullptr, 16)));
-        }
-    }
-    return out;
-}
 
 struct RouteForm {
     std::string_view name;
@@ -79,12 +58,6 @@ constexpr std::array kForms{
         "source join ipv6", 2,
         "07 2e 0000006400000001 0000fbf4 80 20010db8000100000000000000000001 80 ff3e0000000000000000000080000001"},
 };
-
-[[noreturn]] void fail(std::string_view what)
-{
-    fmt::print(stderr, "bench_nlri: {}\n", what);
-    std::exit(EXIT_FAILURE);
-}
 
 // One route, parsed once: what the operations take and what the floors copy.
 class Sample {
@@ -167,15 +140,6 @@ private:
     std::array<std::uint8_t, kRoom> out_{};
 };
 
-template <class Work> void measure(benchmark::State &state, const RouteForm &form, Work work)
-{
-    Sample sample(form);
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(work(sample));
-        benchmark::ClobberMemory();
-    }
-}
-
 struct Operation {
     std::string_view name;
     void (*whole)(benchmark::State &, const RouteForm &);
@@ -184,7 +148,8 @@ struct Operation {
 
 template <auto kMember> void run_member(benchmark::State &state, const RouteForm &form)
 {
-    measure(state, form, [](Sample &sample) { return (sample.*kMember)(); });
+    Sample sample(form);
+    measure(state, [&] { return (sample.*kMember)(); });
 }
 
 constexpr std::array kOperations{
@@ -193,85 +158,23 @@ constexpr std::array kOperations{
     Operation{"compare", run_member<&Sample::compare>, run_member<&Sample::compare_floor>},
 };
 
-std::string run_name(const Operation &operation, const RouteForm &form, std::string_view side)
+std::vector<Line> lines()
 {
-    return fmt::format("{}/{}/{}", operation.name, form.name, side);
-}
-
-// Puts an operation and its floor into one line. Of repeated runs the fastest counts: what else the machine does only
-// ever makes a run slower.
-class TableReporter final : public benchmark::BenchmarkReporter {
-public:
-    bool ReportContext(const Context &) override { return true; }
-
-    void ReportRuns(const std::vector<Run> &runs) override
-    {
-        for (const Run &run : runs) {
-            if (run.run_type == Run::RT_Iteration) {
-                const double time = run.GetAdjustedCPUTime();
-                const auto [place, first] = times_.try_emplace(run.run_name.function_name, time);
-                place->second = first ? time : std::min(place->second, time);
-            }
-        }
-    }
-
-    void Finalize() override
-    {
-        fmt::print("{:<30} {:>9} {:>9} {:>7}\n", "operation", "ns", "floor ns", "ratio");
-        for (const Operation &operation : kOperations) {
-            for (const RouteForm &form : kForms) {
-                const double whole = fastest(run_name(operation, form, "whole"));
-                const double floor = fastest(run_name(operation, form, "floor"));
-                if (whole > 0 && floor > 0) {
-                    fmt::print("{:<30} {:>9.1f} {:>9.1f} {:>7.2f}\n", fmt::format("{} {}", operation.name, form.name),
-                               whole, floor, whole / floor);
-                }
-            }
-        }
-    }
-
-private:
-    double fastest(const std::string &name) const
-    {
-        const auto found = times_.find(name);
-        return found != times_.end() ? found->second : 0;
-    }
-
-    std::map<std::string, double> times_; // ns by run
-};
-
-void register_all()
-{
+    std::vector<Line> all;
     for (const Operation &operation : kOperations) {
         for (const RouteForm &form : kForms) {
-            benchmark::RegisterBenchmark(run_name(operation, form, "whole").c_str(), operation.whole, form);
-            benchmark::RegisterBenchmark(run_name(operation, form, "floor").c_str(), operation.floor, form);
+            all.push_back({std::string(operation.name), std::string(form.name),
+                           [&](benchmark::State &state) { operation.whole(state, form); },
+                           [&](benchmark::State &state) { operation.floor(state, form); }});
         }
     }
+    return all;
 }
 
 } // namespace
 } // namespace qel::bench
 
-// bench_nlri [--table] [Google Benchmark's options]
 int main(int argc, char **argv)
 {
-    const bool table = argc > 1 && std::string_view(argv[1]) == "--table";
-    if (table) {
-        std::rotate(argv + 1, argv + 2, argv + argc);
-        --argc;
-    }
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return EXIT_FAILURE;
-    }
-    qel::bench::register_all();
-    if (table) {
-        qel::bench::TableReporter reporter;
-        benchmark::RunSpecifiedBenchmarks(&reporter);
-    } else {
-        benchmark::RunSpecifiedBenchmarks();
-    }
-    benchmark::Shutdown();
-    return EXIT_SUCCESS;
+    return qel::bench::run(argc, argv, qel::bench::lines());
 }

@@ -1,6 +1,7 @@
 // Routes of the MCAST-VPN family from any octets: parsed, written back, parsed again. The first octet of an input picks
 // the instance, the others are the NLRI of one attribute.
 #include "check.h"
+#include "ngmvpn_door.h"
 #include "ngmvpn_nlri_model.h"
 
 #include "host/family.h"
@@ -17,11 +18,8 @@
 namespace qel::fuzz {
 namespace {
 
-constexpr std::uint32_t kMemHandle = 7;
-constexpr std::uint32_t kUnwritten = 0xa5a5a5a5; // a more-word that the family never stores
 constexpr std::size_t kHeader = 2;
 constexpr std::size_t kBlockLength = 244;
-constexpr std::uint8_t kFill = 0x5a;
 
 using host::BlockPtr;
 using host::Family;
@@ -60,27 +58,6 @@ const Family &instance(std::size_t number)
     return instances[number % instances.size()];
 }
 
-// One call of pfParsePkt.
-struct Step {
-    std::uint32_t code = 0;
-    std::size_t advance = 0;
-    std::uint32_t more = kUnwritten;
-    BlockPtr block;
-};
-
-Step parse(const Family &family, std::uint32_t attribute_type, Octets left)
-{
-    Step step;
-    const std::uint8_t *cursor = left.data();
-    QEL_ROUTE_BLOCK_S *block = nullptr;
-    step.code = family.desc().pfParsePkt(&cursor, static_cast<std::uint32_t>(left.size()), 0, attribute_type, &block,
-                                         &step.more, family.ctx());
-    step.block.reset(block);
-    require(cursor >= left.data(), "the cursor never moves backwards");
-    step.advance = static_cast<std::size_t>(cursor - left.data());
-    return step;
-}
-
 bool is_leaf(Octets route)
 {
     return route[0] == QEL_NGMVPN_WIRE_LEAF_AD;
@@ -96,11 +73,6 @@ void check_step(const Verdict &verdict, Octets left, const Step &step)
         require(step.more == (more ? 1U : 0U), "the more-word tells whether more than two octets follow");
     }
     require((step.block != nullptr) == (step.code == QEL_OK), "a block with success and with nothing else");
-}
-
-Octets bytes_of(const auto &record)
-{
-    return {reinterpret_cast<const std::uint8_t *>(&record), sizeof(record)};
 }
 
 Octets octets_of(const QEL_ROUTE_BLOCK_S &block)
