@@ -3,8 +3,10 @@
 #include "platform/bounds.h"
 #include "qel_check.h"
 #include "qel_ngmvpn_attribute_pkt.h"
+#include "qel_ngmvpn_cross.h"
 #include "qel_ngmvpn_dfx.h"
 #include "qel_ngmvpn_nlri.h"
+#include "qel_ngmvpn_policy.h"
 #include "qel_ngmvpn_util.h"
 
 #include <cstddef>
@@ -206,10 +208,11 @@ const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetPktFormatEntry(uint32_t uiType)
 }
 
 constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCmpDataTbl[] = {
-    {1, {.pfCmpData = QEL_NGMVPN_CmpRd}},
-    {2, {.pfCmpData = QEL_NGMVPN_CmpKey}},
-    {4, {.pfCmpData = QEL_NGMVPN_CmpNonKey}},
-    {8, {.pfCmpData = QEL_NGMVPN_CmpAttr}},
+    {1, {.pfCmpData = QEL_NGMVPN_CmpRd}},     /* RD */
+    {2, {.pfCmpData = QEL_NGMVPN_CmpKey}},    /* key */
+    {4, {.pfCmpData = QEL_NGMVPN_CmpNonKey}}, /* non-key */
+    {16, {.pfCmpData = QEL_NGMVPN_CmpCross}}, /* cross value */
+    {8, {.pfCmpData = QEL_NGMVPN_CmpAttr}},   /* attribute */
 };
 
 const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetDataCmpEntry(uint32_t uiType)
@@ -218,10 +221,11 @@ const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetDataCmpEntry(uint32_t uiType)
 }
 
 constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCmpAttrDataTbl[] = {
-    {1, {.pfCmpDataForAttrType = QEL_NGMVPN_CmpRdAttr}},
-    {2, {.pfCmpDataForAttrType = QEL_NGMVPN_CmpKeyAttr}},
-    {4, {.pfCmpDataForAttrType = QEL_NGMVPN_CmpNonKeyAttr}},
-    {8, {.pfCmpDataForAttrType = QEL_NGMVPN_CmpAttrNew}},
+    {1, {.pfCmpDataForAttrType = QEL_NGMVPN_CmpRdAttr}},     /* RD */
+    {2, {.pfCmpDataForAttrType = QEL_NGMVPN_CmpKeyAttr}},    /* key */
+    {4, {.pfCmpDataForAttrType = QEL_NGMVPN_CmpNonKeyAttr}}, /* non-key */
+    {16, {.pfCmpDataForAttrType = QEL_NGMVPN_CmpCrossAttr}}, /* cross value */
+    {8, {.pfCmpDataForAttrType = QEL_NGMVPN_CmpAttrNew}},    /* attribute */
 };
 
 const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetDataCmpAttrEntry(uint32_t uiType)
@@ -269,6 +273,67 @@ const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetCfgParseEntry(uint32_t uiType)
     return QEL_FindEntry(g_astQelNgmvpnCfgParseTbl, uiType);
 }
 
+constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnHaMsgFormatTbl[] = {
+    {6, {.pfFormatMsg = QEL_NGMVPN_FormatIrtTlv}},
+    {7, {.pfFormatMsg = QEL_NGMVPN_FormatIrtTlv}},
+    {10, {.pfFormatMsg = QEL_NGMVPN_FormatIrtTlv}},
+    {11, {.pfFormatMsg = QEL_NGMVPN_FormatIrtTlv}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetHaiMsgFormatEntry(uint32_t uiType)
+{
+    return QEL_FindEntry(g_astQelNgmvpnHaMsgFormatTbl, uiType);
+}
+
+constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnHaMsgParseTbl[] = {
+    {6, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},
+    {7, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},
+    {10, {.pfParseMsg = QEL_NGMVPN_ParseVrfIrtTlv}},
+    {11, {.pfParseMsg = QEL_NGMVPN_ParseVrfIrtTlv}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetHaiMsgParseEntry(uint32_t uiType)
+{
+    return QEL_FindEntry(g_astQelNgmvpnHaMsgParseTbl, uiType);
+}
+
+constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnMsgFormatTbl[] = {
+    {56, {.pfFormatMsg = QEL_NGMVPN_FormatIrtTlv}},
+    {57, {.pfFormatMsg = QEL_NGMVPN_FormatIrtTlv}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetBgpiMsgFormatEntry(uint32_t uiType)
+{
+    return QEL_FindEntry(g_astQelNgmvpnMsgFormatTbl, uiType);
+}
+
+constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnMsgParseTbl[] = {
+    {56, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},     /* route target */
+    {57, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},     /* route target */
+    {18, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},     /* route target */
+    {20, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},     /* route target */
+    {19, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},     /* route target */
+    {21, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},     /* route target */
+    {157, {.pfParseMsg = QEL_NGMVPN_ParseVrfIrtTlv}}, /* private IRT */
+    {158, {.pfParseMsg = QEL_NGMVPN_ParseVrfIrtTlv}}, /* private IRT */
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetBgpiMsgParseEntry(uint32_t uiType)
+{
+    return QEL_FindEntry(g_astQelNgmvpnMsgParseTbl, uiType);
+}
+
+constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnApplyActionTbl[] = {
+    {6, {.pfApplyAction = QEL_NGMVPN_ApplyExtCommunity}},
+    {7, {.pfApplyAction = QEL_NGMVPN_ApplyExtCommunity}},
+    {87, {.pfApplyAction = QEL_NGMVPN_ApplyExtCommunity}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetApplyActionEntry(uint32_t uiType)
+{
+    return QEL_FindEntry(g_astQelNgmvpnApplyActionTbl, uiType);
+}
+
 /* The rows of the lookups below come with their handlers. */
 
 const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetErtMsgParseEntry(uint32_t /* uiType */)
@@ -291,32 +356,7 @@ const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetAttrMsgParseEntry(uint32_t /* uiType *
     return nullptr;
 }
 
-const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetHaiMsgFormatEntry(uint32_t /* uiType */)
-{
-    return nullptr;
-}
-
-const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetHaiMsgParseEntry(uint32_t /* uiType */)
-{
-    return nullptr;
-}
-
-const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetBgpiMsgFormatEntry(uint32_t /* uiType */)
-{
-    return nullptr;
-}
-
-const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetBgpiMsgParseEntry(uint32_t /* uiType */)
-{
-    return nullptr;
-}
-
 const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetAttrSetEntry(uint32_t /* uiType */)
-{
-    return nullptr;
-}
-
-const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetApplyActionEntry(uint32_t /* uiType */)
 {
     return nullptr;
 }
@@ -799,34 +839,6 @@ QEL_HOT_PATH uint32_t QEL_NGMVPN_OutPutRoute(const QEL_NGMVPN_KEY_S *pstKey, con
 }
 
 /* Operations without a table whose bodies are still to come: their checks, and the answer of a type without handler. */
-
-uint32_t QEL_NGMVPN_ConstructRtpEntry(const QEL_ROUTE_INFO_S *pstRoute, QEL_RTP_ENTRY_S *pstRtpEntry)
-{
-    if (QEL_Missing(pstRoute) || QEL_Missing(pstRoute->pucKey) || QEL_Missing(pstRtpEntry)) {
-        return QEL_ERR_NULL;
-    }
-    return QEL_ERR_NO_ENTRY;
-}
-
-uint32_t QEL_NGMVPN_ConstructMatch(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiMatchMask, uint8_t **ppucMatch,
-                                   uint32_t *puiMatchLen, QEL_FAMILY_CTX_S *pstCtx)
-{
-    if (QEL_Missing(pstRoute) || QEL_Missing(ppucMatch) || QEL_Missing(puiMatchLen) || QEL_Missing(pstCtx) ||
-        QEL_Zero(uiMatchMask)) {
-        return QEL_ERR_NULL;
-    }
-    return QEL_ERR_NO_ENTRY;
-}
-
-uint32_t QEL_NGMVPN_GetCrossGtm(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCross, uint32_t *puiCrossLen,
-                                uint32_t *puiCursor, uint32_t * /* puiMore */, QEL_FAMILY_CTX_S *pstCtx)
-{
-    if (QEL_Missing(pstRoute) || QEL_Missing(puiCursor) || QEL_Missing(ppucCross) || QEL_Missing(puiCrossLen) ||
-        QEL_Missing(pstCtx)) {
-        return QEL_ERR_NULL;
-    }
-    return QEL_ERR_NO_ENTRY;
-}
 
 uint32_t QEL_NGMVPN_GetExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucList, uint32_t *puiCount,
                                     QEL_FAMILY_CTX_S *pstCtx)

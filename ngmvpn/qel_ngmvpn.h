@@ -13,8 +13,13 @@ extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnPktFormatTbl[7];
 extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnData2StrTbl[7];
 extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCfgFormatTbl[7];
 extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCfgParseTbl[2];
-extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCmpDataTbl[4];
-extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCmpAttrDataTbl[4];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnMsgParseTbl[8];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnMsgFormatTbl[2];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnHaMsgParseTbl[4];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnHaMsgFormatTbl[4];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCmpDataTbl[5];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCmpAttrDataTbl[5];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnApplyActionTbl[3];
 
 /* Steps of construction, each filling its part of the descriptor. */
 void QEL_NGMVPN_InitPktTlv(QEL_FAMILY_DESC_S *pstDesc);
@@ -51,15 +56,10 @@ uint32_t QEL_NGMVPN_FormatAttrMsg(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiT
                                   uint32_t uiOutLen, QEL_FAMILY_CTX_S *pstCtx);
 uint32_t QEL_NGMVPN_FormatCfg(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiType, uint8_t **ppucCursor,
                               uint32_t uiOutLen, uint32_t *puiIndex, uint32_t *puiMore);
-uint32_t QEL_NGMVPN_ConstructRtpEntry(const QEL_ROUTE_INFO_S *pstRoute, QEL_RTP_ENTRY_S *pstRtpEntry);
 uint32_t QEL_NGMVPN_ParseAddAttrMsg(const QEL_ROUTE_INFO_S *pstRoute, const uint8_t *pucData, uint32_t uiLen,
                                     uint32_t uiTlvType, QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx);
-uint32_t QEL_NGMVPN_ConstructMatch(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiMatchMask, uint8_t **ppucMatch,
-                                   uint32_t *puiMatchLen, QEL_FAMILY_CTX_S *pstCtx);
 uint32_t QEL_NGMVPN_ApplyAction(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiActionType, const uint8_t *pucValue,
                                 uint32_t uiValueLen, QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx);
-uint32_t QEL_NGMVPN_GetCrossGtm(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCross, uint32_t *puiCrossLen,
-                                uint32_t *puiCursor, uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx);
 uint32_t QEL_NGMVPN_GetExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucList, uint32_t *puiCount,
                                     QEL_FAMILY_CTX_S *pstCtx);
 int32_t QEL_NGMVPN_CmpData(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB, uint32_t uiCmpType);

@@ -1,6 +1,8 @@
 // Construction of the NG-MVPN family: the descriptor, the context and the component codes.
 #include "ngmvpn/qel_ngmvpn.h"
+#include "ngmvpn/qel_ngmvpn_cross.h"
 #include "ngmvpn/qel_ngmvpn_nlri.h"
+#include "ngmvpn/qel_ngmvpn_policy.h"
 #include "ngmvpn/qel_ngmvpn_util.h"
 
 #include "construct_contract.h"

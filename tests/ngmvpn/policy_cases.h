@@ -1,0 +1,78 @@
+// What the tests of routing policy share: an instance whose debug output is on, its messages, community lists that are
+// stated as they stand on the wire.
+#pragma once
+
+#include "attribute_cases.h"
+
+#include "ngmvpn/qel_ngmvpn_policy.h"
+
+#include <algorithm>
+#include <regex>
+#include <string>
+#include <vector>
+
+namespace qel::test {
+
+using Log = std::vector<std::string>;
+
+inline constexpr std::uint32_t kOutOfMemory = 3;
+
+class PolicyTest : public AttributeTest {
+protected:
+    PolicyTest() { instance_.desc.pfSetLibDebug(3, 4, ctx_); }
+};
+
+// The messages without their line prefix; one that has no such prefix shows as a whole.
+inline Log log_of(const platform::Recorder &recorder)
+{
+    static const std::regex prefix("^\\[MCAST\\]\\[Line:[0-9]+\\]:");
+    Log out;
+    for (const auto &record : recorder.debugs()) {
+        out.push_back(std::regex_search(record.text, prefix) ? std::regex_replace(record.text, prefix, "")
+                                                             : "no prefix: " + record.text);
+    }
+    return out;
+}
+
+// The whole elements of a list from wire to host order; what is left behind the last one stays.
+inline Bytes host_list(const Bytes &wire)
+{
+    Bytes out = wire;
+    const auto turn = [&out](std::size_t from, std::size_t count) {
+        const auto start = out.begin() + static_cast<std::ptrdiff_t>(from);
+        std::reverse(start, start + static_cast<std::ptrdiff_t>(count));
+    };
+    for (std::size_t at = 0; at + 8 <= wire.size(); at += 8) {
+        const std::uint32_t type = be16(wire, at);
+        const std::size_t first = type == 0x0002 || type == 0x0009 ? 2 : 4;
+        turn(at, 2);
+        turn(at + 2, first);
+        turn(at + 2 + first, 6 - first);
+    }
+    return out;
+}
+
+inline Bytes host_list(std::string_view wire)
+{
+    return host_list(bytes(wire));
+}
+
+// Runs `call(nulls)` for every choice of missing arguments out of `count`; bit i of `nulls` means that argument i is
+// null. Each is answered with the code for it after one report.
+template <typename Call> inline void expect_null_arguments_refused(unsigned count, Call call)
+{
+    for (unsigned nulls = 1; nulls < 1U << count; ++nulls) {
+        SCOPED_TRACE(nulls);
+        platform::Recorder recorder;
+        EXPECT_EQ(call(nulls), kNull);
+        EXPECT_EQ(recorder.asserts().size(), 1U);
+        EXPECT_TRUE(recorder.debugs().empty());
+    }
+}
+
+template <typename T> inline T *unless(bool missing, T *argument)
+{
+    return missing ? nullptr : argument;
+}
+
+} // namespace qel::test
