@@ -141,12 +141,8 @@ int run_decode(const DecodeArguments &arguments)
     return status();
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+int run(int argc, char **argv)
 {
-    std::signal(SIGPIPE, SIG_IGN); // a write tells
-
     CLI::App app("Multicast address families of BGP: NG-MVPN, MDT, VPNv4 multicast", "qel-mcast");
     app.set_version_flag("--version", kVersion);
     app.require_subcommand(1);
@@ -159,10 +155,20 @@ int main(int argc, char **argv)
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? kExitClean : kExitUsage;
     }
+    return run_decode(arguments);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    std::signal(SIGPIPE, SIG_IGN); // a write tells
     try {
-        return run_decode(arguments);
+        return run(argc, argv);
     } catch (const std::exception &error) {
         std::fprintf(stderr, "qel-mcast: %s\n", error.what());
-        return kExitFindings;
+    } catch (...) {
+        std::fputs("qel-mcast: an unknown error\n", stderr);
     }
+    return kExitFindings;
 }

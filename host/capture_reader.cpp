@@ -47,7 +47,7 @@ Capture open_capture(ByteSource &source, std::string &error)
     char text[PCAP_ERRBUF_SIZE] = "";
     Capture capture(pcap_fopen_offline_with_tstamp_precision(file.get(), PCAP_TSTAMP_PRECISION_NANO, text));
     if (capture != nullptr) {
-        file.release();
+        (void)file.release(); // the capture closes it
     }
     error = text;
     return capture;

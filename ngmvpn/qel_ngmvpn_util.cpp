@@ -160,13 +160,22 @@ void QEL_NGMVPN_ConvertRtValuebyType(uint32_t uiRtType, QEL_EXTCOMM_S *pstRt)
     }
 }
 
+/* Whether there is an element and room for it; what is missing is reported. */
+static bool QEL_NGMVPN_HoldsRt_(const void *pvRt, uint32_t uiSize, uint32_t uiElement)
+{
+    if (QEL_Missing(pvRt)) {
+        return false;
+    }
+    if (uiSize < uiElement) {
+        QEL_Report(uiSize);
+        return false;
+    }
+    return true;
+}
+
 void QEL_NGMVPN_ConvertRTValueHTON(QEL_EXTCOMM_S *pstRt, uint32_t uiSize)
 {
-    if (QEL_Missing(pstRt)) {
-        return;
-    }
-    if (uiSize < sizeof(*pstRt)) {
-        QEL_Report(uiSize);
+    if (!QEL_NGMVPN_HoldsRt_(pstRt, uiSize, sizeof(*pstRt))) {
         return;
     }
     const uint16_t usType = pstRt->usType;
@@ -219,11 +228,7 @@ void QEL_NGMVPN_ConvertIPv6RTValueNTOH(QEL_IPV6_EXTCOMM_S *pstRt)
 
 void QEL_NGMVPN_ConvertIPv6RTValueHTON(QEL_IPV6_EXTCOMM_S *pstRt, uint32_t uiSize)
 {
-    if (QEL_Missing(pstRt)) {
-        return;
-    }
-    if (uiSize < sizeof(*pstRt)) {
-        QEL_Report(uiSize);
+    if (!QEL_NGMVPN_HoldsRt_(pstRt, uiSize, sizeof(*pstRt))) {
         return;
     }
     const uint16_t usType = pstRt->usType;

@@ -113,11 +113,12 @@ struct GiveBackLedger {
 
 [[gnu::noinline]] Ledger &first_use_of_ledger()
 {
-    t_ledger = take_ledger();
+    Ledger *const ledger = take_ledger();
+    t_ledger = ledger;
     if (!t_thread_ends) { // a ledger taken by a thread that is on its way out stays taken
         thread_local const GiveBackLedger give_back;
     }
-    return *t_ledger;
+    return *ledger;
 }
 
 Account &own_account(std::size_t place)
