@@ -32,7 +32,7 @@
 
 /* Memory allocation failed: result blocks and extended community work. */
 #define QEL_ERR_ALLOC UINT32_C(0x50001)
-/* Null pointer or other bad argument, always after ZVK_Assert. */
+/* Null pointer or other bad argument, after ZVK_Assert; a view without a byte to write, without. */
 #define QEL_ERR_NULL UINT32_C(0x50002)
 
 /* Malformed NLRI: the length or an address length is wrong. The host gives up the attribute. */

@@ -466,6 +466,19 @@ uint32_t QEL_MDT_CalcOutputLen(const QEL_ROUTE_VIEW_S *pstView, uint32_t *puiLen
     return QEL_OK;
 }
 
+/* Whether the lengths of a view really add up to that total. A sum that went round would have the sections written
+ * behind a block too small for them. */
+static inline bool QEL_MDT_AddsUp_(const QEL_ROUTE_VIEW_S *pstView, uint32_t uiTotal)
+{
+    uint64_t ullLen = sizeof(QEL_ROUTE_BLOCK_S);
+    ullLen += (pstView->pucRd != nullptr) ? pstView->uiRdLen : 0;
+    ullLen += (pstView->pucKey != nullptr) ? pstView->uiKeyLen : 0;
+    ullLen += (pstView->pucNonKey != nullptr) ? pstView->uiNonKeyLen : 0;
+    ullLen += (pstView->pucCross != nullptr) ? pstView->uiCrossLen : 0;
+    ullLen += (pstView->pucAttr != nullptr) ? pstView->usAttrLen : 0;
+    return ullLen == uiTotal;
+}
+
 static inline bool QEL_MDT_OutputArgsMissing_(const QEL_ROUTE_BLOCK_S *pstBlock, const uint32_t *puiRemain,
                                               const QEL_ROUTE_VIEW_S *pstView, const uint16_t *pusOffset)
 {
@@ -575,6 +588,10 @@ uint32_t QEL_MDT_OutputData(QEL_ROUTE_BLOCK_S **ppstBlock, const QEL_ROUTE_VIEW_
      * for it */
     if (uiTotal <= sizeof(QEL_ROUTE_BLOCK_S)) {
         return QEL_OK;
+    }
+    if (!QEL_MDT_AddsUp_(pstView, uiTotal)) {
+        QEL_Report(uiTotal);
+        return QEL_ERR_ALLOC;
     }
     auto *pstBlock = static_cast<QEL_ROUTE_BLOCK_S *>(ZVK_SimpleAlloc_F(uiMemHandle, uiTotal, __FILE__, __LINE__));
     if (QEL_Missing(pstBlock)) {

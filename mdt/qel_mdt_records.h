@@ -12,6 +12,7 @@ typedef struct {
     uint32_t uiGroup;
 } QEL_MDT_KEY_S;
 QEL_ASSERT_SIZE(QEL_MDT_KEY_S, 8);
+QEL_ASSERT_OFFSET(QEL_MDT_KEY_S, uiGroup, 4);
 
 /* The non-key section, host order. usFlags bit 0x1: uiShareGroup is valid. */
 typedef struct {

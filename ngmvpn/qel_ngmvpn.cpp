@@ -668,6 +668,19 @@ uint32_t QEL_NGMVPN_CalcOutputLen(const QEL_ROUTE_VIEW_S *pstView, uint32_t *pui
     return QEL_OK;
 }
 
+/* Whether the lengths of a view really add up to that total. A sum that went round would have the sections written
+ * behind a block too small for them. */
+static inline bool QEL_NGMVPN_AddsUp_(const QEL_ROUTE_VIEW_S *pstView, uint32_t uiTotal)
+{
+    uint64_t ullLen = sizeof(QEL_ROUTE_BLOCK_S);
+    ullLen += (pstView->pucRd != nullptr) ? pstView->uiRdLen : 0;
+    ullLen += (pstView->pucKey != nullptr) ? pstView->uiKeyLen : 0;
+    ullLen += (pstView->pucNonKey != nullptr) ? pstView->uiNonKeyLen : 0;
+    ullLen += (pstView->pucCross != nullptr) ? pstView->uiCrossLen : 0;
+    ullLen += (pstView->pucAttr != nullptr) ? pstView->usAttrLen : 0;
+    return ullLen == uiTotal;
+}
+
 static inline bool QEL_NGMVPN_OutputArgsMissing_(const QEL_ROUTE_BLOCK_S *pstBlock, const uint32_t *puiRemain,
                                                  const QEL_ROUTE_VIEW_S *pstView, const uint16_t *pusOffset)
 {
@@ -687,6 +700,7 @@ typedef struct {
 static inline bool QEL_NGMVPN_OutputSection_(QEL_ROUTE_BLOCK_S *pstBlock, uint32_t *puiRemain, uint16_t *pusOffset,
                                              const QEL_NGMVPN_SECTION_S &stSection)
 {
+    /* kept: an empty section at the very end of a block sets no bit; elsewhere it does, and hosts tell by it */
     if (stSection.pucData == nullptr || *puiRemain == 0) {
         return false;
     }
@@ -773,8 +787,14 @@ QEL_HOT_PATH uint32_t QEL_NGMVPN_OutputData(QEL_ROUTE_BLOCK_S **ppstBlock, const
     if (uiRet != QEL_OK) {
         return uiRet;
     }
+    /* kept: a sum that wrapped to less than a header is answered with success and no block; nothing may be allocated
+     * for it */
     if (uiTotal <= sizeof(QEL_ROUTE_BLOCK_S)) {
         return QEL_OK;
+    }
+    if (!QEL_NGMVPN_AddsUp_(pstView, uiTotal)) {
+        QEL_Report(uiTotal);
+        return QEL_ERR_ALLOC;
     }
     QEL_ROUTE_BLOCK_S *pstBlock = QEL_NGMVPN_NewBlock_(uiMemHandle, uiTotal);
     if (pstBlock == nullptr) {

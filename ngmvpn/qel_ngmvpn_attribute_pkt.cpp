@@ -99,7 +99,8 @@ uint32_t QEL_NGMVPN_ParseIPv6ExtCommunity(const uint8_t **ppucCursor, uint32_t u
     return QEL_NGMVPN_ParseList_(ppucCursor, uiLen, sizeof(QEL_IPV6_EXTCOMM_S), &stView, ppstResult, puiMore, pstCtx);
 }
 
-/* Writes a copy of the list in network order; the route's own list stays in host order. */
+/* Writes a copy of the list in network order; the route's own list stays in host order. kept: the length is the low 16
+ * bits of the route's, as a path attribute has no more. */
 static uint32_t QEL_NGMVPN_FormatList_(const uint8_t *pucList, uint16_t usLen, uint32_t uiElement, uint8_t **ppucCursor,
                                        uint32_t uiOutLen, const QEL_FAMILY_CTX_S *pstCtx)
 {
@@ -174,11 +175,12 @@ static uint32_t QEL_NGMVPN_ParseTnlIdentifierRsvpTe_(const uint8_t **ppucCursor,
     }
     const uint8_t *pucCursor = *ppucCursor;
     pstTnl->uTnl.stRsvpTe.uiP2mpId = QEL_LoadBe32(pucCursor);
-    if (QEL_LoadBe16(pucCursor + 4) != 0) {
-        return QEL_ERR_PMSI_IDENT;
-    }
+    pstTnl->uTnl.stRsvpTe.usReserved = QEL_LoadBe16(pucCursor + 4);
     pstTnl->uTnl.stRsvpTe.usTunnelId = QEL_LoadBe16(pucCursor + 6);
     pstTnl->uTnl.stRsvpTe.uiExtTunnelId = QEL_LoadBe32(pucCursor + 8);
+    if (pstTnl->uTnl.stRsvpTe.usReserved != 0) {
+        return QEL_ERR_PMSI_IDENT;
+    }
     *ppucCursor += QEL_NGMVPN_RSVP_TE_IDENT_LEN;
     return QEL_OK;
 }
@@ -309,6 +311,7 @@ static uint32_t QEL_NGMVPN_TakePmsiTnl_(const uint8_t **ppucLocal, uint32_t uiLe
         return QEL_ERR_PMSI_FLAGS;
     }
     pstTnl->ucTnlType = pucHeader[1];
+    /* kept: the 24 bits as they stand, not shifted to a label; the low four come back on the wire */
     pstTnl->uiLabel = QEL_NGMVPN_LoadBe24_(pucHeader + 2);
     *ppucLocal += QEL_NGMVPN_PMSI_HEADER_LEN;
     uint32_t uiSectionLen = 0;
@@ -376,7 +379,7 @@ static void QEL_NGMVPN_FormatPmsiTnlRsvpTe_(uint8_t **ppucCursor, const QEL_NGMV
 {
     uint8_t *pucCursor = *ppucCursor;
     QEL_StoreBe32(pucCursor, pstTnl->uTnl.stRsvpTe.uiP2mpId);
-    QEL_StoreBe16(pucCursor + 4, 0);
+    QEL_StoreBe16(pucCursor + 4, 0); /* kept: 0 whatever the record holds there; receivers refuse anything else */
     QEL_StoreBe16(pucCursor + 6, pstTnl->uTnl.stRsvpTe.usTunnelId);
     QEL_StoreBe32(pucCursor + 8, pstTnl->uTnl.stRsvpTe.uiExtTunnelId);
     *ppucCursor += QEL_NGMVPN_RSVP_TE_IDENT_LEN;
@@ -409,6 +412,7 @@ uint32_t QEL_NGMVPN_FormatPmsiTnlBier_(uint8_t **ppucCursor, const QEL_NGMVPN_PM
     const auto *pucPrefix = QEL_Bytes(&pstTnl->uTnl.stBier.stBfrPrefix);
     pucCursor[0] = pstTnl->uTnl.stBier.ucSubDomainId;
     QEL_StoreBe16(pucCursor + 1, pstTnl->uTnl.stBier.usBfrId);
+    /* kept: any prefix length but 4 counts as 16, here and in the need; the two must agree */
     uint32_t uiLen = QEL_NGMVPN_BIER_IPV6_IDENT_LEN;
     if (pstTnl->uTnl.stBier.ucBfrPrefixLen == QEL_NGMVPN_OCTETS_IPV4) {
         QEL_StoreBe32(pucCursor + 3, QEL_Load32(pucPrefix));
@@ -451,6 +455,8 @@ uint32_t QEL_NGMVPN_FormatPmsiTnl(QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCurs
     if (uiNeed > uiOutLen) {
         return QEL_ERR_SPACE;
     }
+    /* kept: a refusal leaves the caller's cursor alone although octets have been written behind it; it goes on from
+     * there */
     uint8_t *pucLocal = *ppucCursor;
     *pucLocal++ = pstTnl->ucFlags;
     *pucLocal++ = pstTnl->ucTnlType;

@@ -414,6 +414,7 @@ static bool QEL_NGMVPN_AtListEnd_(const uint8_t *pucList, uint32_t uiCount, uint
     return true;
 }
 
+/* kept: the context is not checked here; without one the buffer cannot be had, which answers 3 */
 uint32_t QEL_NGMVPN_ExtCommunity2Str(const QEL_ROUTE_INFO_S *pstRoute, char *pcOut, uint32_t uiOutLen,
                                      uint32_t *puiIndex, uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
 {
@@ -487,6 +488,7 @@ uint32_t QEL_NGMVPN_FormatCfgIPv6ExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, 
     if (QEL_Missing(pstRoute) || QEL_Missing(ppucCursor) || QEL_Missing(puiIndex) || QEL_Missing(puiMore)) {
         return QEL_ERR_NULL;
     }
+    /* kept: cleared first, so also where the text does not fit; the other list leaves the word then */
     *puiMore = 0;
     const uint32_t uiCount = pstRoute->uiIpv6ExtCommLen / static_cast<uint32_t>(sizeof(QEL_IPV6_EXTCOMM_S));
     if (QEL_NGMVPN_AtListEnd_(pstRoute->pucIpv6ExtComm, uiCount, *puiIndex, puiMore)) {
@@ -552,6 +554,7 @@ uint32_t QEL_NGMVPN_FillLdpOpaquePmsiDataToStr(const QEL_NGMVPN_PMSI_TNL_AT_S *p
         return QEL_ERR_NULL;
     }
     const uint8_t *pucOpaque = pstTnl->uTnl.stMldp.aucOpaque;
+    /* the record ends behind 240 bytes; no text of 512 gets that far */
     for (uint32_t i = 0; i < pstTnl->uTnl.stMldp.usOpaqueLen && i < QEL_NGMVPN_OPAQUE_MAX; i++) {
         const int32_t iLen = snprintf_truncated_s(pcBuf, *puiSizeLeft, "%02x ", static_cast<uint32_t>(pucOpaque[i]));
         if (iLen < 0) {
@@ -662,6 +665,8 @@ uint32_t QEL_NGMVPN_FormatCfgPmsiTnl(const QEL_ROUTE_INFO_S *pstRoute, uint8_t *
     }
     char acBuf[QEL_NGMVPN_ATTR_TEXT_LEN] = {};
     uint32_t uiLen = 0;
+    /* kept: the code is not looked at, so a tunnel that is not shown gives an empty text and success; the display form
+     * of this text answers 4 */
     (void)QEL_NGMVPN_PmsiDataToStr(reinterpret_cast<const QEL_NGMVPN_PMSI_TNL_AT_S *>(pstRoute->pucPmsi), acBuf,
                                    sizeof(acBuf), &uiLen);
     const uint32_t uiRet = QEL_NGMVPN_PutText_(reinterpret_cast<char *>(*ppucCursor), uiOutLen, acBuf, uiLen);
@@ -794,6 +799,7 @@ void QEL_NGMVPN_Ipv4Ipv6ToPrefix(QEL_ADDR_S *pstAddr, uint32_t uiSize, uint8_t *
         pstAddr->uiIpv4 = pstPrefix->uiIpv4Addr;
         *pucLen = pstPrefix->uiIpv4Addr != 0 ? QEL_NGMVPN_ADDR_LEN_IPV4 : 0;
     } else if (pstPrefix->ucIpVersion == QEL_NGMVPN_CFG_IPV6 && uiSize >= sizeof(QEL_ADDR_S)) {
+        /* kept: the zero address is none and leaves the field alone, where that of IPv4 is written over it */
         if (KVO_MemCmp(pstPrefix->aucIpv6Addr, aucZero, sizeof(aucZero)) == 0) {
             *pucLen = 0;
             return;
@@ -1071,6 +1077,7 @@ void QEL_NGMVPN_FormatCfgInterIpmsiAdKey(const QEL_ROUTE_INFO_S *pstRoute, uint8
     QEL_NGMVPN_PutSourceAs_(pstRoute, pucOut, QEL_NGMVPN_KeyOf_(pstRoute)->uKey.stInterIpmsiAd.uiSourceAs);
 }
 
+/* kept: a form that no key type leads to; hosts may call it by name */
 void QEL_NGMVPN_FormatCfgInterIpmsiLeafAdKey(const QEL_ROUTE_INFO_S *pstRoute, uint8_t *pucOut)
 {
     QEL_Store32(pucOut, QEL_NGMVPN_CFG_FORM_INTER_LEAF);
@@ -1164,6 +1171,7 @@ uint32_t QEL_NGMVPN_FormatCfgPrefix(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **
         QEL_NGMVPN_CfgArgsMissing_(pstRoute->pucKey, ppucCursor, uiOutLen, puiIndex, puiMore)) {
         return QEL_ERR_NULL;
     }
+    /* kept: every form asks for and takes 89 bytes, also the intra-AS form that writes none of them */
     if (uiOutLen < QEL_NGMVPN_CFG_KEY_LEN) {
         return QEL_ERR_SPACE;
     }

@@ -165,7 +165,8 @@ static inline uint32_t QEL_NGMVPN_ReadSrcGrp_(QEL_NGMVPN_NLRI_S *pstNlri, QEL_AD
     return QEL_NGMVPN_ReadAddr_(pstNlri, pstGrp, pucGrpLen, ucFamilyHint, &pstNlri->usGrpFamily);
 }
 
-/* The lengths at which a wildcard could only stand with its zero octets. */
+/* kept: the lengths at which a wildcard could only stand with its zero octets; nothing else tells its two forms apart.
+ */
 static inline uint8_t QEL_NGMVPN_SpmsiFamily_(uint32_t uiLen)
 {
     switch (uiLen) {
@@ -751,7 +752,7 @@ uint32_t QEL_NGMVPN_GetRouteType(const QEL_ROUTE_INFO_S *pstRoute, uint32_t *pui
 
 /* ---- formatting: steps ---- */
 
-/* One test against the largest form of the route type, whatever this route needs. */
+/* kept: one test against the largest form of the route type, whatever this route needs; hosts offer the largest. */
 static inline uint32_t QEL_NGMVPN_CheckOut_(const QEL_ROUTE_INFO_S *pstRoute, uint8_t *const *ppucCursor,
                                             uint32_t uiOutLen, uint32_t uiLargest)
 {
@@ -1212,11 +1213,13 @@ int32_t QEL_NGMVPN_CmpAttrNew(const void *pvA, uint32_t uiLenA, const void *pvB,
                               uint32_t /* uiCmpType */, uint32_t uiAttrType)
 {
     if (uiAttrType == QEL_ATTR_TYPE_IMPORT) {
+        /* kept: the second length is not looked at; records of one route may differ in size. */
         return QEL_NGMVPN_CmpImportAttr(pvA, uiLenA, pvB);
     }
     return QEL_NGMVPN_CmpAttr(pvA, uiLenA, pvB, uiLenB);
 }
 
+/* kept: RDs count only where both keys hold one as key; kinds 0 and 3 fit any, so a configured key finds its route. */
 int32_t QEL_NGMVPN_CmpNlriRD(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
 {
     const uint8_t ucKindA = pstKeyA->ucRdKind;
@@ -1247,6 +1250,7 @@ int32_t QEL_NGMVPN_CmpInterIpmsiAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const 
     return QEL_NGMVPN_CmpNumber_(pstKeyA->uKey.stInterIpmsiAd.uiSourceAs, pstKeyB->uKey.stInterIpmsiAd.uiSourceAs);
 }
 
+/* kept: ucKeyAddrFamily takes no part, here nor in the Leaf A-D form; it tells how a route was written, not which. */
 int32_t QEL_NGMVPN_CmpSpmsiAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
 {
     if (QEL_Missing(pstKeyA) || QEL_Missing(pstKeyB)) {

@@ -199,6 +199,7 @@ static bool QEL_NGMVPN_IsIPv6RtType_(uint16_t usType)
     }
 }
 
+/* kept: the type word is not looked at, here nor in the HTON form; the callers have judged it by their lists */
 void QEL_NGMVPN_ConvertIPv6RtValuebyType(uint32_t /* uiRtType */, QEL_IPV6_EXTCOMM_S *pstRt)
 {
     if (QEL_Missing(pstRt)) {

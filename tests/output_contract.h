@@ -338,6 +338,21 @@ TYPED_TEST_P(OutputContract, ALengthThatWrapsToTheHeaderOrLessMakesNoBlock)
     EXPECT_EQ(platform::usage(kMemHandle).allocations, allocations);
 }
 
+// A block of the wrapped size would have its second section written behind it.
+TYPED_TEST_P(OutputContract, ALengthThatWrapsToMoreThanTheHeaderIsLikeExhaustedMemory)
+{
+    const std::vector<std::uint8_t> section(0x8008, 0x5a);
+    const std::uint64_t allocations = platform::usage(kMemHandle).allocations;
+    ViewOf<TypeParam> sections(kAllAbsent);
+    sections.set(0, section.data(), 0xffff8000);
+    sections.set(1, section.data(), 0x8008);
+    const platform::Recorder recorder;
+    EXPECT_EQ(TypeParam::kOutputData(&this->block_, &sections.view, kMemHandle), QEL_ERR_ALLOC);
+    EXPECT_EQ(recorder.asserts().size(), 1U);
+    EXPECT_EQ(this->block_, this->marker());
+    EXPECT_EQ(platform::usage(kMemHandle).allocations, allocations);
+}
+
 TYPED_TEST_P(OutputContract, LengthsAreCutTo16BitsInTheHeader)
 {
     const Bytes big(0x10004, 0x77);
@@ -490,7 +505,8 @@ REGISTER_TYPED_TEST_SUITE_P(OutputContract, EverySetOfSectionsBecomesTheBlockByt
                             AnEmptyAttributeAloneAllocatesNothing, SectionsMayStandAtAnyAddress,
                             TheBlockComesFromTheGivenHandle, ABlockThatCannotBeAllocatedIsReportedAndNothingIsStored,
                             MissingArgumentsAreReportedOnceAndRefused, ALengthThatWrapsToTheHeaderOrLessMakesNoBlock,
-                            LengthsAreCutTo16BitsInTheHeader, EachStepAppendsItsOwnSection, AStepKeepsTheBitsThatAreSet,
+                            ALengthThatWrapsToMoreThanTheHeaderIsLikeExhaustedMemory, LengthsAreCutTo16BitsInTheHeader,
+                            EachStepAppendsItsOwnSection, AStepKeepsTheBitsThatAreSet,
                             AStepWritesNothingForAnAbsentSectionOrWithoutSpace,
                             AStepWhoseCopyDoesNotFitReportsAndCarriesOn, AStepRefusesEachMissingArgumentWithOneReport,
                             ANoValueBlockSaysThatAttribute16IsEmpty, ANoValueBlockThatCannotBeAllocatedStoresNull);

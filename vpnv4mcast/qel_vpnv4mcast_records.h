@@ -12,6 +12,7 @@ typedef struct {
     uint32_t uiMaskLen; /* 0 to 32; 0xFFFFFFFF: any length */
 } QEL_VPNV4MCAST_KEY_S;
 QEL_ASSERT_SIZE(QEL_VPNV4MCAST_KEY_S, 8);
+QEL_ASSERT_OFFSET(QEL_VPNV4MCAST_KEY_S, uiMaskLen, 4);
 
 /* A caller's list of a route's sections. This family has a label section where the others have the non-key. */
 typedef struct {

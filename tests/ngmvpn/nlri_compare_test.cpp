@@ -446,6 +446,10 @@ TEST(NlriCompare, NullAttributesAreRefusedWithOneReport)
             const platform::Recorder recorder;
             expect_failed(QEL_NGMVPN_CmpAttrNew(a, 8, b, 8, 8, 16), recorder);
         }
+        {
+            const platform::Recorder recorder;
+            expect_failed(QEL_NGMVPN_CmpAttrNew(a, 8, b, 8, 8, 243), recorder);
+        }
     }
 }
 
