@@ -1083,10 +1083,13 @@ static inline bool QEL_NGMVPN_AreSections_(const void *pvA, uint32_t uiLenA, con
 #define QEL_NLRI_ADDR_BEHIND_LEN 4
 
 /* The addresses of two keys in order, each length before its 16 bytes; the offsets are those of the length bytes.
- * The whole field counts, whatever its length says. */
+ * The whole field counts, whatever its length says. A null key is reported: QEL_CMP_FAILED. */
 static int32_t QEL_NGMVPN_CmpAddrs_(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB,
                                     const size_t *pulOffsets, size_t ulCount)
 {
+    if (QEL_Missing(pstKeyA) || QEL_Missing(pstKeyB)) {
+        return QEL_CMP_FAILED;
+    }
     for (size_t i = 0; i < ulCount; ++i) {
         const uint8_t *pucA = QEL_Bytes(pstKeyA) + pulOffsets[i];
         const uint8_t *pucB = QEL_Bytes(pstKeyB) + pulOffsets[i];
@@ -1235,9 +1238,6 @@ int32_t QEL_NGMVPN_CmpNlriRD(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVP
 
 int32_t QEL_NGMVPN_CmpIntraIpmsiAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
 {
-    if (QEL_Missing(pstKeyA) || QEL_Missing(pstKeyB)) {
-        return QEL_CMP_FAILED;
-    }
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stIntraIpmsiAd.ucOrigAddrLen)};
     return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 1);
 }
@@ -1253,9 +1253,6 @@ int32_t QEL_NGMVPN_CmpInterIpmsiAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const 
 /* kept: ucKeyAddrFamily takes no part, here nor in the Leaf A-D form; it tells how a route was written, not which. */
 int32_t QEL_NGMVPN_CmpSpmsiAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
 {
-    if (QEL_Missing(pstKeyA) || QEL_Missing(pstKeyB)) {
-        return QEL_CMP_FAILED;
-    }
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiAd.ucSrcAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiAd.ucGrpAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiAd.ucOrigAddrLen)};
@@ -1264,9 +1261,6 @@ int32_t QEL_NGMVPN_CmpSpmsiAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_N
 
 int32_t QEL_NGMVPN_CmpIpmsiLeafAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
 {
-    if (QEL_Missing(pstKeyA) || QEL_Missing(pstKeyB)) {
-        return QEL_CMP_FAILED;
-    }
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stIpmsiLeafAd.ucOrigAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stIpmsiLeafAd.ucLeafAddrLen)};
     return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 2);
@@ -1274,9 +1268,6 @@ int32_t QEL_NGMVPN_CmpIpmsiLeafAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const Q
 
 int32_t QEL_NGMVPN_CmpSpmsiLeafAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
 {
-    if (QEL_Missing(pstKeyA) || QEL_Missing(pstKeyB)) {
-        return QEL_CMP_FAILED;
-    }
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiLeafAd.ucSrcAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiLeafAd.ucGrpAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiLeafAd.ucOrigAddrLen),
@@ -1286,9 +1277,6 @@ int32_t QEL_NGMVPN_CmpSpmsiLeafAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const Q
 
 int32_t QEL_NGMVPN_CmpSourceActiveAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
 {
-    if (QEL_Missing(pstKeyA) || QEL_Missing(pstKeyB)) {
-        return QEL_CMP_FAILED;
-    }
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stSourceActiveAd.ucSrcAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSourceActiveAd.ucGrpAddrLen)};
     return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 2);
