@@ -1,6 +1,9 @@
 #include "qel_mdt.h"
 
+#include "platform/bounds.h"
+#include "platform/kvo.h"
 #include "platform/zvk.h"
+#include "qel_byteorder.h"
 #include "qel_check.h"
 
 #include <cstddef>
@@ -141,81 +144,140 @@ void QEL_MDT_Free(void **ppvMem, QEL_FAMILY_CTX_S *pstCtx)
     *ppvMem = nullptr;
 }
 
-/* The rows of the lookups below come with their handlers. */
+/* Tables of types and handlers, each with its lookup. */
 
-const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetErtMsgParseEntry(uint32_t /* uiType */)
+/* kept: what can be read and what can be written differs; 15 and the targets 18 to 21, 70 and 71 come in alone, 5 goes
+ * out alone */
+constexpr QEL_DISPATCH_ENTRY_S g_astQelMdtMsgParseTbl[] = {
+    {53, {.pfParseMsg = QEL_MDT_ParseRtPrefixTlv}}, {55, {.pfParseMsg = QEL_MDT_ParseRtPrefixTlv}},
+    {59, {.pfParseMsg = QEL_MDT_ParseRtPrefixTlv}}, {61, {.pfParseMsg = QEL_MDT_ParseRtPrefixTlv}},
+    {15, {.pfParseMsg = QEL_MDT_ParseRtPrefixTlv}}, {56, {.pfParseMsg = QEL_MDT_ParseIrtTlv}},
+    {57, {.pfParseMsg = QEL_MDT_ParseIrtTlv}},      {18, {.pfParseMsg = QEL_MDT_ParseIrtTlv}},
+    {20, {.pfParseMsg = QEL_MDT_ParseIrtTlv}},      {19, {.pfParseMsg = QEL_MDT_ParseIrtTlv}},
+    {21, {.pfParseMsg = QEL_MDT_ParseIrtTlv}},      {70, {.pfParseMsg = QEL_MDT_ParseIrtTlv}},
+    {71, {.pfParseMsg = QEL_MDT_ParseIrtTlv}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetBgpiMsgParseEntry(uint32_t uiType)
 {
-    return nullptr;
+    return QEL_FindEntry(g_astQelMdtMsgParseTbl, uiType);
 }
 
-const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetData2StrEntry(uint32_t /* uiType */)
+constexpr QEL_DISPATCH_ENTRY_S g_astQelMdtMsgFormatTbl[] = {
+    {53, {.pfFormatMsg = QEL_MDT_FormatRtPrefixTlv}}, {55, {.pfFormatMsg = QEL_MDT_FormatRtPrefixTlv}},
+    {59, {.pfFormatMsg = QEL_MDT_FormatRtPrefixTlv}}, {61, {.pfFormatMsg = QEL_MDT_FormatRtPrefixTlv}},
+    {5, {.pfFormatMsg = QEL_MDT_FormatRtPrefixTlv}},  {56, {.pfFormatMsg = QEL_MDT_FormatIrtTlv}},
+    {57, {.pfFormatMsg = QEL_MDT_FormatIrtTlv}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetBgpiMsgFormatEntry(uint32_t uiType)
 {
-    return nullptr;
+    return QEL_FindEntry(g_astQelMdtMsgFormatTbl, uiType);
 }
 
-const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetCfgFormatEntry(uint32_t /* uiType */)
+constexpr QEL_DISPATCH_ENTRY_S g_astQelMdtHaMsgParseTbl[] = {
+    {3, {.pfParseMsg = QEL_MDT_ParseRtPrefixTlv}}, {5, {.pfParseMsg = QEL_MDT_ParseRtPrefixTlv}},
+    {1, {.pfParseMsg = QEL_MDT_ParseRtPrefixTlv}}, {8, {.pfParseMsg = QEL_MDT_ParseRtPrefixTlv}},
+    {6, {.pfParseMsg = QEL_MDT_ParseIrtTlv}},      {7, {.pfParseMsg = QEL_MDT_ParseIrtTlv}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetHaiMsgParseEntry(uint32_t uiType)
 {
-    return nullptr;
+    return QEL_FindEntry(g_astQelMdtHaMsgParseTbl, uiType);
 }
 
-const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetCfgParseEntry(uint32_t /* uiType */)
+constexpr QEL_DISPATCH_ENTRY_S g_astQelMdtHaMsgFormatTbl[] = {
+    {3, {.pfFormatMsg = QEL_MDT_FormatRtPrefixTlv}}, {5, {.pfFormatMsg = QEL_MDT_FormatRtPrefixTlv}},
+    {1, {.pfFormatMsg = QEL_MDT_FormatRtPrefixTlv}}, {8, {.pfFormatMsg = QEL_MDT_FormatRtPrefixTlv}},
+    {6, {.pfFormatMsg = QEL_MDT_FormatIrtTlv}},      {7, {.pfFormatMsg = QEL_MDT_FormatIrtTlv}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetHaiMsgFormatEntry(uint32_t uiType)
 {
-    return nullptr;
+    return QEL_FindEntry(g_astQelMdtHaMsgFormatTbl, uiType);
 }
 
-const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetAttrMsgFormatEntry(uint32_t /* uiType */)
+constexpr QEL_DISPATCH_ENTRY_S g_astQelMdtAttrMsgParseTbl[] = {
+    {11, {.pfParseMsg = QEL_MDT_ParseRtExtCommunityTlv}},
+    {21, {.pfParseMsg = QEL_MDT_ParseRtExtCommunityTlv}},
+    {34, {.pfParseMsg = QEL_MDT_ParseRtNonKeyTlv}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetAttrMsgParseEntry(uint32_t uiType)
 {
-    return nullptr;
+    return QEL_FindEntry(g_astQelMdtAttrMsgParseTbl, uiType);
 }
 
-const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetAttrMsgParseEntry(uint32_t /* uiType */)
+constexpr QEL_DISPATCH_ENTRY_S g_astQelMdtAttrMsgFormatTbl[] = {
+    {11, {.pfFormatMsg = QEL_MDT_FormatRtExtCommunityTlv}},
+    {21, {.pfFormatMsg = QEL_MDT_FormatRtExtCommunityTlv}},
+    {34, {.pfFormatMsg = QEL_MDT_FormatRtNonKeyTlv}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetAttrMsgFormatEntry(uint32_t uiType)
 {
-    return nullptr;
+    return QEL_FindEntry(g_astQelMdtAttrMsgFormatTbl, uiType);
 }
 
-const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetHaiMsgFormatEntry(uint32_t /* uiType */)
+constexpr QEL_DISPATCH_ENTRY_S g_astQelMdtErtMsgParseTbl[] = {
+    {11, {.pfParseAddAttrMsg = QEL_MDT_ParseAddAttrTlv}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetErtMsgParseEntry(uint32_t uiType)
 {
-    return nullptr;
+    return QEL_FindEntry(g_astQelMdtErtMsgParseTbl, uiType);
 }
 
-const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetHaiMsgParseEntry(uint32_t /* uiType */)
+constexpr QEL_DISPATCH_ENTRY_S g_astQelMdtCfgParseTbl[] = {
+    {1, {.pfParseMsg = QEL_MDT_ParseCfgRd}},
+    {2, {.pfParseMsg = QEL_MDT_ParseCfgPrefix}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetCfgParseEntry(uint32_t uiType)
 {
-    return nullptr;
+    return QEL_FindEntry(g_astQelMdtCfgParseTbl, uiType);
 }
 
-const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetBgpiMsgFormatEntry(uint32_t /* uiType */)
+constexpr QEL_DISPATCH_ENTRY_S g_astQelMdtCfgFormatTbl[] = {
+    {1, {.pfFormatCfg = QEL_MDT_FormatCfgRd}},
+    {2, {.pfFormatCfg = QEL_MDT_FormatCfgPrefix}},
+    {4, {.pfFormatCfg = QEL_MDT_FormatCfgExtCommunity}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetCfgFormatEntry(uint32_t uiType)
 {
-    return nullptr;
+    return QEL_FindEntry(g_astQelMdtCfgFormatTbl, uiType);
 }
 
-const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetBgpiMsgParseEntry(uint32_t /* uiType */)
+constexpr QEL_DISPATCH_ENTRY_S g_astQelMdtData2StrTbl[] = {
+    {1, {.pfData2Str = QEL_MDT_MpNlriData2Str}},
+    {2, {.pfData2Str = QEL_MDT_ExtCommunity2Str}},
+    {8, {.pfData2Str = QEL_MDT_NonKey2Str}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetData2StrEntry(uint32_t uiType)
 {
-    return nullptr;
+    return QEL_FindEntry(g_astQelMdtData2StrTbl, uiType);
 }
 
-const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetDataCmpEntry(uint32_t /* uiType */)
+constexpr QEL_DISPATCH_ENTRY_S g_astQelMdtSetAttrTbl[] = {
+    {16, {.pfSetAttr = QEL_MDT_SetExtCommunity}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetAttrSetEntry(uint32_t uiType)
 {
-    return nullptr;
+    return QEL_FindEntry(g_astQelMdtSetAttrTbl, uiType);
 }
 
-const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetPktFormatEntry(uint32_t /* uiType */)
-{
-    return nullptr;
-}
+constexpr QEL_DISPATCH_ENTRY_S g_astQelMdtApplyActionTbl[] = {
+    {6, {.pfApplyAction = QEL_MDT_ApplyExtCommunity}},  {7, {.pfApplyAction = QEL_MDT_ApplyExtCommunity}},
+    {87, {.pfApplyAction = QEL_MDT_ApplyExtCommunity}}, {36, {.pfApplyAction = QEL_MDT_ApplyExtCommunity}},
+    {37, {.pfApplyAction = QEL_MDT_ApplyExtCommunity}}, {38, {.pfApplyAction = QEL_MDT_ApplyExtCommunity}},
+};
 
-const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetPktParseEntry(uint32_t /* uiType */)
+const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetApplyActionEntry(uint32_t uiType)
 {
-    return nullptr;
-}
-
-const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetAttrSetEntry(uint32_t /* uiType */)
-{
-    return nullptr;
-}
-
-const QEL_DISPATCH_ENTRY_S *QEL_MDT_GetApplyActionEntry(uint32_t /* uiType */)
-{
-    return nullptr;
+    return QEL_FindEntry(g_astQelMdtApplyActionTbl, uiType);
 }
 
 /* The operations: check the pointers, find the row, go on in its handler. The codes for a type without a handler are
@@ -630,14 +692,614 @@ uint32_t QEL_MDT_BuildNoneValueOutput(QEL_ROUTE_BLOCK_S **ppstBlock, const QEL_F
     return QEL_OK;
 }
 
-/* Operations without a table whose bodies are still to come: their checks, and the answer of a type without handler. */
+/* Texts. */
+
+static constexpr uint32_t QEL_MDT_RD_FLAG_PLAIN = 0x1; /* uiRdFlags: the display form */
+static constexpr uint32_t QEL_MDT_EXTCOMM_LEN = sizeof(QEL_EXTCOMM_S);
+static constexpr uint32_t QEL_MDT_IPV4_TEXT_LEN = 16;
+static constexpr uint32_t QEL_MDT_NUMBER_TEXT_LEN = 11;
+static constexpr uint32_t QEL_MDT_RD_TEXT_LEN = 24;
+static constexpr uint32_t QEL_MDT_TEXT_LEN = 256; /* a route, a community */
+static constexpr uint32_t QEL_MDT_CFG_TEXT_LEN = 512;
+static constexpr uint8_t QEL_MDT_IPV4_BITS = 32;
+
+static const QEL_MDT_KEY_AT_S *QEL_MDT_KeyOf_(const QEL_ROUTE_INFO_S *pstRoute)
+{
+    return reinterpret_cast<const QEL_MDT_KEY_AT_S *>(pstRoute->pucKey);
+}
+
+/* A finished text to the caller's buffer, with its closing zero. */
+static uint32_t QEL_MDT_PutText_(char *pcOut, uint32_t uiOutLen, const char *pcText, uint32_t uiLen)
+{
+    if (uiLen >= uiOutLen) {
+        return QEL_ERR_SPACE;
+    }
+    QEL_Copy(pcOut, uiOutLen, pcText, uiLen);
+    pcOut[uiLen] = '\0';
+    return QEL_OK;
+}
+
+static void QEL_MDT_EndText_(uint32_t *puiIndex, uint32_t *puiMore)
+{
+    *puiIndex = 0;
+    *puiMore = 0;
+}
+
+/* A cleared text buffer; null after a report. */
+static void *QEL_MDT_TextBuf_(QEL_FAMILY_CTX_S *pstCtx)
+{
+    void *pvBuf = QEL_MDT_Malloc(pstCtx, QEL_MDT_TEXT_LEN);
+    if (!QEL_Missing(pvBuf)) {
+        QEL_Clear(pvBuf, QEL_MDT_TEXT_LEN, QEL_MDT_TEXT_LEN);
+    }
+    return pvBuf;
+}
+
+/* Appends to a text; what has no room is reported and left out. */
+static void QEL_MDT_Append_(char *pcOut, uint32_t uiOutLen, const char *pszText)
+{
+    const int32_t iResult = strcat_s(pcOut, uiOutLen, pszText);
+    if (iResult != 0) {
+        QEL_Report(static_cast<uint64_t>(iResult));
+    }
+}
+
+static void QEL_MDT_AppendNumber_(char *pcOut, uint32_t uiOutLen, uint32_t uiNumber)
+{
+    static constexpr uint32_t uiDecimal = 10;
+    char acNumber[QEL_MDT_NUMBER_TEXT_LEN] = {};
+    QEL_MDT_Append_(pcOut, uiOutLen, KVO_Uint32ToStr(uiNumber, acNumber, uiDecimal));
+}
+
+/* kept: a text that has no room is reported and the answer is success all the same; callers give enough */
+uint32_t QEL_MDT_RdValueToStr(const QEL_RD_VALUE_S *pstRd, char *pcOut, uint32_t uiOutLen)
+{
+    if (QEL_Missing(pstRd) || QEL_Missing(pcOut)) {
+        return QEL_ERR_NULL;
+    }
+    if (uiOutLen != 0) {
+        pcOut[0] = '\0';
+    }
+    char acAddr[QEL_MDT_IPV4_TEXT_LEN] = {};
+    uint32_t uiAssigned = pstRd->usAssigned;
+    switch (pstRd->usRdType) {
+    case 0:
+        QEL_MDT_AppendNumber_(pcOut, uiOutLen, pstRd->usAsn);
+        uiAssigned = pstRd->uiAssigned;
+        break;
+    case 1:
+        QEL_MDT_Append_(pcOut, uiOutLen, KVO_IpAddrToStr(pstRd->uiAdmin, acAddr));
+        break;
+    case 2:
+        QEL_MDT_AppendNumber_(pcOut, uiOutLen, pstRd->uiAdmin >> 16);
+        QEL_MDT_Append_(pcOut, uiOutLen, ".");
+        QEL_MDT_AppendNumber_(pcOut, uiOutLen, pstRd->uiAdmin & 0xFFFF);
+        break;
+    default:
+        return QEL_ERR_VALUE;
+    }
+    QEL_MDT_Append_(pcOut, uiOutLen, ":");
+    QEL_MDT_AppendNumber_(pcOut, uiOutLen, uiAssigned);
+    return QEL_OK;
+}
+
+static uint32_t QEL_MDT_PutRouteText_(const QEL_ROUTE_INFO_S *pstRoute, char *pcBuf, char *pcOut, uint32_t uiOutLen)
+{
+    char acRd[QEL_MDT_RD_TEXT_LEN] = {};
+    char acSource[QEL_MDT_IPV4_TEXT_LEN] = {};
+    char acGroup[QEL_MDT_IPV4_TEXT_LEN] = {};
+    /* kept: an RD that has no text is shown as nothing */
+    (void)QEL_MDT_RdValueToStr(reinterpret_cast<const QEL_RD_VALUE_S *>(pstRoute->pucRd), acRd, sizeof(acRd));
+    const QEL_MDT_KEY_AT_S *pstKey = QEL_MDT_KeyOf_(pstRoute);
+    const int32_t iLen =
+        snprintf_truncated_s(pcBuf, QEL_MDT_TEXT_LEN, "<%s>, %s/32, Group Address: %s ", acRd,
+                             KVO_IpAddrToStr(pstKey->uiSource, acSource), KVO_IpAddrToStr(pstKey->uiGroup, acGroup));
+    if (iLen < 0) {
+        return QEL_ERR_FAILED;
+    }
+    return QEL_MDT_PutText_(pcOut, uiOutLen, pcBuf, static_cast<uint32_t>(iLen));
+}
+
+uint32_t QEL_MDT_MpNlriData2Str(const QEL_ROUTE_INFO_S *pstRoute, char *pcOut, uint32_t uiOutLen, uint32_t *puiIndex,
+                                uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(pcOut) || QEL_Missing(puiIndex) || QEL_Missing(puiMore) ||
+        QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    if (pstRoute->pucKey == nullptr || pstRoute->pucRd == nullptr) {
+        return QEL_ERR_ABSENT;
+    }
+    void *pvBuf = QEL_MDT_TextBuf_(pstCtx);
+    if (pvBuf == nullptr) {
+        return QEL_ERR_MEMORY;
+    }
+    const uint32_t uiRet = QEL_MDT_PutRouteText_(pstRoute, static_cast<char *>(pvBuf), pcOut, uiOutLen);
+    QEL_MDT_Free(&pvBuf, pstCtx);
+    if (uiRet != QEL_OK) {
+        return uiRet;
+    }
+    QEL_MDT_EndText_(puiIndex, puiMore);
+    return QEL_OK;
+}
+
+uint32_t QEL_MDT_NonKey2Str(const QEL_ROUTE_INFO_S *pstRoute, char *pcOut, uint32_t uiOutLen, uint32_t *puiIndex,
+                            uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(pcOut) || QEL_Missing(puiIndex) || QEL_Missing(puiMore) ||
+        QEL_Missing(pstCtx) || QEL_Missing(pstRoute->pucNonKey)) {
+        return QEL_ERR_NULL;
+    }
+    const QEL_MDT_NONKEY_AT_S *pstNonKey = reinterpret_cast<const QEL_MDT_NONKEY_AT_S *>(pstRoute->pucNonKey);
+    if ((pstNonKey->usFlags & QEL_MDT_NONKEY_SHARE_GROUP) == 0) {
+        QEL_Report(pstNonKey->usFlags);
+        return QEL_ERR_FAILED;
+    }
+    char acGroup[QEL_MDT_IPV4_TEXT_LEN] = {};
+    /* kept: the result is not looked at; a text that does not fit is shown cut, with success */
+    (void)snprintf_truncated_s(pcOut, uiOutLen, "Share Group: %s", KVO_IpAddrToStr(pstNonKey->uiShareGroup, acGroup));
+    QEL_MDT_EndText_(puiIndex, puiMore);
+    return QEL_OK;
+}
+
+/* The characters of a formatted piece; one that can't be formed is reported and has none. */
+static uint32_t QEL_MDT_Characters_(int32_t iLen)
+{
+    if (iLen < 0) {
+        QEL_Report(static_cast<uint64_t>(iLen));
+        return 0;
+    }
+    return static_cast<uint32_t>(iLen);
+}
+
+uint32_t QEL_MDT_ExtCommType2Str(char *pcOut, uint32_t uiOutLen, uint8_t ucSubType, uint8_t /* ucIgnored */)
+{
+    if (QEL_Missing(pcOut)) {
+        return 0;
+    }
+    switch (ucSubType) {
+    case 2:
+        return QEL_MDT_Characters_(snprintf_truncated_s(pcOut, uiOutLen, "RT"));
+    case 3:
+        return QEL_MDT_Characters_(snprintf_truncated_s(pcOut, uiOutLen, "SoO"));
+    case 9:
+        return QEL_MDT_Characters_(snprintf_truncated_s(pcOut, uiOutLen, "Source AS"));
+    case 10:
+    case 11:
+        return QEL_MDT_Characters_(snprintf_truncated_s(pcOut, uiOutLen, "Import RT"));
+    default:
+        return 0;
+    }
+}
+
+/* The value by the Type octet; none for a Type above 2. */
+static uint32_t QEL_MDT_ExtCommValue2Str_(const QEL_EXTCOMM_S *pstExtComm, char *pcOut, uint32_t uiOutLen,
+                                          uint8_t ucAs4Plain)
+{
+    const uint32_t uiAdmin = pstExtComm->uiGlobalAdmin;
+    const uint32_t uiAssigned = pstExtComm->usLocalAdmin;
+    char acAddr[QEL_MDT_IPV4_TEXT_LEN] = {};
+    switch (pstExtComm->usType >> 8) {
+    case 0:
+        return QEL_MDT_Characters_(snprintf_truncated_s(pcOut, uiOutLen, " <%u : %u>",
+                                                        static_cast<uint32_t>(pstExtComm->usGlobalAdmin),
+                                                        static_cast<uint32_t>(pstExtComm->uiLocalAdmin)));
+    case 1:
+        return QEL_MDT_Characters_(
+            snprintf_truncated_s(pcOut, uiOutLen, " <%s : %u>", KVO_IpAddrToStr(uiAdmin, acAddr), uiAssigned));
+    case 2:
+        if (ucAs4Plain != 0 && (uiAdmin >> 16) != 0) {
+            return QEL_MDT_Characters_(snprintf_truncated_s(pcOut, uiOutLen, " <%u : %u>", uiAdmin, uiAssigned));
+        }
+        return QEL_MDT_Characters_(
+            snprintf_truncated_s(pcOut, uiOutLen, " <%u.%u : %u>", uiAdmin >> 16, uiAdmin & 0xFFFF, uiAssigned));
+    default:
+        return 0;
+    }
+}
+
+uint32_t QEL_MDT_ExtCommVal2Str(const QEL_EXTCOMM_S *pstExtComm, char *pcOut, uint32_t uiOutLen, uint32_t *puiLen,
+                                uint8_t ucAs4Plain)
+{
+    if (QEL_Missing(pstExtComm) || QEL_Missing(pcOut) || QEL_Missing(puiLen)) {
+        return QEL_ERR_NULL;
+    }
+    if (uiOutLen != 0) {
+        pcOut[0] = '\0';
+    }
+    const uint8_t ucSubType = static_cast<uint8_t>(pstExtComm->usType & 0xFF);
+    const uint32_t uiWord = QEL_MDT_ExtCommType2Str(pcOut, uiOutLen, ucSubType, ucAs4Plain);
+    *puiLen = uiWord + QEL_MDT_ExtCommValue2Str_(pstExtComm, pcOut + uiWord, uiOutLen - uiWord, ucAs4Plain);
+    return QEL_OK;
+}
+
+/* A list at its end: *puiMore gets 0. */
+static bool QEL_MDT_AtListEnd_(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiIndex, uint32_t *puiMore)
+{
+    if (pstRoute->pucExtComm != nullptr && pstRoute->uiExtCommLen / QEL_MDT_EXTCOMM_LEN > uiIndex) {
+        return false;
+    }
+    *puiMore = 0;
+    return true;
+}
+
+/* The community at the caller's place, through a cleared buffer, to the caller's text; the place moves on. */
+static uint32_t QEL_MDT_PutExtCommText_(const QEL_ROUTE_INFO_S *pstRoute, char *pcBuf, char *pcOut, uint32_t uiOutLen,
+                                        uint32_t *puiIndex, uint32_t *puiMore)
+{
+    const auto *pastList = reinterpret_cast<const QEL_EXTCOMM_S *>(pstRoute->pucExtComm);
+    uint32_t uiLen = 0;
+    (void)QEL_MDT_ExtCommVal2Str(&pastList[*puiIndex], pcBuf, QEL_MDT_TEXT_LEN, &uiLen,
+                                 static_cast<uint8_t>(pstRoute->uiRdFlags & QEL_MDT_RD_FLAG_PLAIN));
+    const uint32_t uiRet = QEL_MDT_PutText_(pcOut, uiOutLen, pcBuf, uiLen);
+    if (uiRet != QEL_OK) {
+        return uiRet;
+    }
+    *puiIndex += 1;
+    *puiMore = pstRoute->uiExtCommLen / QEL_MDT_EXTCOMM_LEN > *puiIndex ? 1 : 0;
+    return QEL_OK;
+}
+
+/* kept: the context is not checked here; without one the buffer cannot be had, which answers 3 */
+uint32_t QEL_MDT_ExtCommunity2Str(const QEL_ROUTE_INFO_S *pstRoute, char *pcOut, uint32_t uiOutLen, uint32_t *puiIndex,
+                                  uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(pcOut) || QEL_Missing(puiIndex) || QEL_Missing(puiMore)) {
+        return QEL_ERR_NULL;
+    }
+    if (QEL_MDT_AtListEnd_(pstRoute, *puiIndex, puiMore)) {
+        return QEL_OK;
+    }
+    void *pvBuf = QEL_MDT_TextBuf_(pstCtx);
+    if (pvBuf == nullptr) {
+        return QEL_ERR_MEMORY;
+    }
+    const uint32_t uiRet =
+        QEL_MDT_PutExtCommText_(pstRoute, static_cast<char *>(pvBuf), pcOut, uiOutLen, puiIndex, puiMore);
+    QEL_MDT_Free(&pvBuf, pstCtx);
+    return uiRet;
+}
+
+/* Configuration records. */
+
+static constexpr uint32_t QEL_MDT_CFG_RD_LEN = 16;
+static constexpr uint32_t QEL_MDT_CFG_RD_AT = 4;
+static constexpr uint32_t QEL_MDT_CFG_PREFIX_LEN = 89;
+static constexpr uint32_t QEL_MDT_CFG_PREFIX_USED = 16;
+static constexpr uint32_t QEL_MDT_CFG_SOURCE_AT = 4;
+static constexpr uint32_t QEL_MDT_CFG_GROUP_AT = 8;
+static constexpr uint32_t QEL_MDT_CFG_MASK_AT = 12;
+
+uint32_t QEL_MDT_ParseCfgRd(const uint8_t *pucData, uint32_t uiLen, QEL_ROUTE_BLOCK_S **ppstResult,
+                            QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pucData) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    if (uiLen != QEL_MDT_CFG_RD_LEN) {
+        QEL_Report(uiLen);
+        return QEL_ERR_NULL;
+    }
+    if (QEL_Load32(pucData) != 0) {
+        return QEL_ERR_CFG_RD;
+    }
+    QEL_ROUTE_VIEW_S stView = {};
+    stView.uiRdLen = sizeof(QEL_RD_VALUE_S);
+    stView.pucRd = pucData + QEL_MDT_CFG_RD_AT;
+    return QEL_MDT_OutputData(ppstResult, &stView, pstCtx->uiMemHandle);
+}
+
+void QEL_MDT_SetVrfRdType(uint8_t *pucRd, uint32_t uiRdFlag)
+{
+    if (QEL_Missing(pucRd)) {
+        return;
+    }
+    uint32_t uiForm = 1;
+    if (QEL_Load16(pucRd) != 0) {
+        uiForm = uiRdFlag != 0 ? 2 : 3;
+    }
+    QEL_Store32(pucRd + sizeof(QEL_RD_VALUE_S), uiForm); /* the form byte and three zero bytes */
+}
+
+static bool QEL_MDT_CfgArgsMissing_(const uint8_t *pucSection, uint8_t *const *ppucCursor, uint32_t uiOutLen,
+                                    const uint32_t *puiIndex, const uint32_t *puiMore)
+{
+    return QEL_Missing(pucSection) || QEL_Missing(ppucCursor) || QEL_Zero(uiOutLen) || QEL_Missing(puiIndex) ||
+           QEL_Missing(puiMore);
+}
+
+uint32_t QEL_MDT_FormatCfgRd(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t uiOutLen,
+                             uint32_t *puiIndex, uint32_t *puiMore)
+{
+    if (QEL_Missing(pstRoute) || QEL_MDT_CfgArgsMissing_(pstRoute->pucRd, ppucCursor, uiOutLen, puiIndex, puiMore)) {
+        return QEL_ERR_NULL;
+    }
+    if (uiOutLen < QEL_MDT_CFG_RD_LEN) {
+        return QEL_ERR_SPACE;
+    }
+    uint8_t *pucRd = *ppucCursor + QEL_MDT_CFG_RD_AT;
+    QEL_Store32(*ppucCursor, 0);
+    QEL_Copy(pucRd, sizeof(QEL_RD_VALUE_S), pstRoute->pucRd, pstRoute->uiRdLen);
+    QEL_MDT_SetVrfRdType(pucRd, pstRoute->uiRdFlags & QEL_MDT_RD_FLAG_PLAIN);
+    QEL_MDT_EndText_(puiIndex, puiMore);
+    *ppucCursor += QEL_MDT_CFG_RD_LEN;
+    return QEL_OK;
+}
+
+/* kept: neither the length nor the mask of the record is looked at; older configurations hold other masks */
+uint32_t QEL_MDT_ParseCfgPrefix(const uint8_t *pucData, uint32_t /* uiLen */, QEL_ROUTE_BLOCK_S **ppstResult,
+                                QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pucData) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    QEL_MDT_KEY_S stKey = {};
+    stKey.uiSource = QEL_Load32(pucData + QEL_MDT_CFG_SOURCE_AT);
+    stKey.uiGroup = QEL_Load32(pucData + QEL_MDT_CFG_GROUP_AT);
+    QEL_ROUTE_VIEW_S stView = {};
+    stView.uiKeyLen = sizeof(stKey);
+    stView.pucKey = QEL_Bytes(&stKey);
+    return QEL_MDT_OutputData(ppstResult, &stView, pstCtx->uiMemHandle);
+}
+
+uint32_t QEL_MDT_FormatCfgPrefix(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t uiOutLen,
+                                 uint32_t *puiIndex, uint32_t *puiMore)
+{
+    if (QEL_Missing(pstRoute) || QEL_MDT_CfgArgsMissing_(pstRoute->pucKey, ppucCursor, uiOutLen, puiIndex, puiMore)) {
+        return QEL_ERR_NULL;
+    }
+    if (uiOutLen < QEL_MDT_CFG_PREFIX_LEN) {
+        return QEL_ERR_SPACE;
+    }
+    /* kept: the record's tail stays as the caller gave it, and the cursor passes it; the other families fill it */
+    uint8_t *pucRecord = *ppucCursor;
+    QEL_Clear(pucRecord, uiOutLen, QEL_MDT_CFG_PREFIX_USED);
+    const QEL_MDT_KEY_AT_S *pstKey = QEL_MDT_KeyOf_(pstRoute);
+    pucRecord[0] = static_cast<uint8_t>(QEL_MDT_ROUTE_TYPE);
+    QEL_Store32(pucRecord + QEL_MDT_CFG_SOURCE_AT, pstKey->uiSource);
+    QEL_Store32(pucRecord + QEL_MDT_CFG_GROUP_AT, pstKey->uiGroup);
+    pucRecord[QEL_MDT_CFG_MASK_AT] = QEL_MDT_IPV4_BITS;
+    QEL_MDT_EndText_(puiIndex, puiMore);
+    *ppucCursor += QEL_MDT_CFG_PREFIX_LEN;
+    return QEL_OK;
+}
+
+/* kept: formatted with the caller's size, so that a text without room comes out cut and with success */
+uint32_t QEL_MDT_FormatCfgGrpAddr(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t uiOutLen,
+                                  uint32_t *puiIndex, uint32_t *puiMore)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(ppucCursor) || QEL_Missing(puiIndex) || QEL_Missing(puiMore)) {
+        return QEL_ERR_NULL;
+    }
+    if (pstRoute->pucKey == nullptr) {
+        return QEL_ERR_ABSENT;
+    }
+    char acBuf[QEL_MDT_CFG_TEXT_LEN] = {};
+    char acGroup[QEL_MDT_IPV4_TEXT_LEN] = {};
+    const uint32_t uiRoom = uiOutLen < sizeof(acBuf) ? uiOutLen : static_cast<uint32_t>(sizeof(acBuf));
+    const int32_t iLen = snprintf_truncated_s(acBuf, uiRoom, "MDT group address: %s",
+                                              KVO_IpAddrToStr(QEL_MDT_KeyOf_(pstRoute)->uiGroup, acGroup));
+    if (iLen < 0 || QEL_MDT_PutText_(reinterpret_cast<char *>(*ppucCursor), uiOutLen, acBuf,
+                                     static_cast<uint32_t>(iLen)) != QEL_OK) {
+        QEL_Report(static_cast<uint64_t>(iLen));
+        return QEL_ERR_FAILED;
+    }
+    QEL_MDT_EndText_(puiIndex, puiMore);
+    return QEL_OK;
+}
+
+uint32_t QEL_MDT_FormatCfgExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t uiOutLen,
+                                       uint32_t *puiIndex, uint32_t *puiMore)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(ppucCursor) || QEL_Missing(puiIndex) || QEL_Missing(puiMore)) {
+        return QEL_ERR_NULL;
+    }
+    if (QEL_MDT_AtListEnd_(pstRoute, *puiIndex, puiMore)) {
+        return QEL_OK;
+    }
+    char acBuf[QEL_MDT_TEXT_LEN] = {};
+    return QEL_MDT_PutExtCommText_(pstRoute, acBuf, reinterpret_cast<char *>(*ppucCursor), uiOutLen, puiIndex, puiMore);
+}
+
+/* Import. */
+
+/* A copy on the memory handle, for the host; null after a report. */
+static uint8_t *QEL_MDT_CopyForHost_(const void *pvFrom, uint32_t uiLen, const QEL_FAMILY_CTX_S *pstCtx)
+{
+    auto *pucCopy = static_cast<uint8_t *>(ZVK_SimpleAlloc_F(pstCtx->uiMemHandle, uiLen, __FILE__, __LINE__));
+    if (!QEL_Missing(pucCopy)) {
+        QEL_Copy(pucCopy, uiLen, pvFrom, uiLen);
+    }
+    return pucCopy;
+}
+
+/* The share group is the one cross value of a route without route targets. */
+static uint32_t QEL_MDT_TakeShareGroup_(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiNext, uint8_t **ppucCross,
+                                        uint32_t *puiCrossLen, uint32_t *puiCursor, uint32_t *puiMore,
+                                        const QEL_FAMILY_CTX_S *pstCtx)
+{
+    const uint32_t uiShareGroup = reinterpret_cast<const QEL_MDT_NONKEY_AT_S *>(pstRoute->pucNonKey)->uiShareGroup;
+    *ppucCross = QEL_MDT_CopyForHost_(&uiShareGroup, sizeof(uiShareGroup), pstCtx);
+    if (*ppucCross == nullptr) {
+        return QEL_ERR_MEMORY;
+    }
+    *puiCursor = uiNext;
+    *puiCrossLen = sizeof(uiShareGroup);
+    *puiMore = 0;
+    return QEL_OK;
+}
+
+/* kept: the Sub-type octet alone makes a route target, whatever the Type */
+static bool QEL_MDT_IsRt_(const uint8_t *pucElement)
+{
+    static constexpr uint8_t ucSubTypeRt = 2;
+    return pucElement[0] == ucSubTypeRt;
+}
+
+/* Step: the next route target of the list from *puiCursor on, or the end of the walk. */
+static uint32_t QEL_MDT_WalkCross_(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiCount, uint8_t **ppucCross,
+                                   uint32_t *puiCrossLen, uint32_t *puiCursor, uint32_t *puiMore,
+                                   const QEL_FAMILY_CTX_S *pstCtx)
+{
+    for (uint32_t i = *puiCursor; i < uiCount; i++) {
+        const uint8_t *pucElement = pstRoute->pucExtComm + static_cast<size_t>(i) * QEL_MDT_EXTCOMM_LEN;
+        if (!QEL_MDT_IsRt_(pucElement)) {
+            continue;
+        }
+        *ppucCross = QEL_MDT_CopyForHost_(pucElement, QEL_MDT_EXTCOMM_LEN, pstCtx);
+        if (*ppucCross == nullptr) {
+            return QEL_ERR_MEMORY;
+        }
+        *puiCursor = i + 1;
+        *puiCrossLen = QEL_MDT_EXTCOMM_LEN;
+        /* kept: whatever the elements behind this one are, so that the last call of a walk may find nothing */
+        *puiMore = i + 1 < uiCount ? 1 : 0;
+        return QEL_OK;
+    }
+    if (*puiCursor == 0) {
+        return QEL_MDT_TakeShareGroup_(pstRoute, uiCount, ppucCross, puiCrossLen, puiCursor, puiMore, pstCtx);
+    }
+    *puiCursor = uiCount;
+    *puiCrossLen = 0;
+    *puiMore = 0;
+    return QEL_OK;
+}
+
+uint32_t QEL_MDT_GetCross(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCross, uint32_t *puiCrossLen,
+                          uint32_t *puiCursor, uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
+{
+    /* kept: puiMore is not looked at; every host gives it */
+    if (QEL_Missing(pstRoute) || QEL_Missing(ppucCross) || QEL_Missing(puiCrossLen) || QEL_Missing(puiCursor) ||
+        QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    *ppucCross = nullptr;
+    if ((pstRoute->uiValidMask & QEL_SECTION_NONKEY) == 0 || pstRoute->pucNonKey == nullptr) {
+        *puiCrossLen = 0;
+        *puiMore = 0;
+        return QEL_OK;
+    }
+    if (pstRoute->pucExtComm == nullptr) {
+        return QEL_MDT_TakeShareGroup_(pstRoute, 0, ppucCross, puiCrossLen, puiCursor, puiMore, pstCtx);
+    }
+    const uint32_t uiCount = pstRoute->uiExtCommLen / QEL_MDT_EXTCOMM_LEN;
+    if (uiCount <= *puiCursor) {
+        return QEL_ERR_FAILED;
+    }
+    return QEL_MDT_WalkCross_(pstRoute, uiCount, ppucCross, puiCrossLen, puiCursor, puiMore, pstCtx);
+}
+
+/* Attributes for the host and for peers. */
+
+uint32_t QEL_MDT_GetExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucList, uint32_t *puiCount,
+                                 QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(ppucList) || QEL_Missing(puiCount) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    if (pstRoute->pucExtComm == nullptr) {
+        *ppucList = nullptr;
+        *puiCount = 0;
+        return QEL_OK;
+    }
+    uint8_t *pucList = QEL_MDT_CopyForHost_(pstRoute->pucExtComm, pstRoute->uiExtCommLen, pstCtx);
+    if (pucList == nullptr) {
+        return QEL_ERR_MEMORY;
+    }
+    *ppucList = pucList;
+    *puiCount = pstRoute->uiExtCommLen / QEL_MDT_EXTCOMM_LEN;
+    return QEL_OK;
+}
+
+uint32_t QEL_MDT_SetExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiCtrlFlag, QEL_ROUTE_BLOCK_S **ppstResult,
+                                 QEL_FAMILY_CTX_S *pstCtx)
+{
+    static constexpr uint32_t uiDropNonTransitive = 0x1;
+    static constexpr uint8_t ucNonTransitive = 0x40; /* of the Type octet (RFC 4360) */
+    if (QEL_Missing(pstRoute) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    if (pstRoute->pucExtComm == nullptr) {
+        *ppstResult = nullptr;
+        return QEL_OK;
+    }
+    const uint16_t usLen = static_cast<uint16_t>(pstRoute->uiExtCommLen);
+    auto *pucList = static_cast<uint8_t *>(ZVK_SimpleAlloc_F(pstCtx->uiMemHandle, usLen, __FILE__, __LINE__));
+    if (QEL_Missing(pucList)) {
+        return QEL_ERR_MEMORY;
+    }
+    QEL_Clear(pucList, usLen, usLen);
+    uint32_t uiKept = 0;
+    for (uint32_t uiAt = 0; uiAt + QEL_MDT_EXTCOMM_LEN <= usLen; uiAt += QEL_MDT_EXTCOMM_LEN) {
+        const uint8_t *pucElement = pstRoute->pucExtComm + uiAt;
+        if ((uiCtrlFlag & uiDropNonTransitive) == 0 || (pucElement[1] & ucNonTransitive) == 0) {
+            const uint32_t uiTo = uiKept * QEL_MDT_EXTCOMM_LEN;
+            QEL_Copy(pucList + uiTo, usLen - uiTo, pucElement, QEL_MDT_EXTCOMM_LEN);
+            uiKept++;
+        }
+    }
+    const uint32_t uiRet =
+        QEL_MDT_OutputExtCommunity_(pucList, static_cast<uint16_t>(uiKept * QEL_MDT_EXTCOMM_LEN), ppstResult, pstCtx);
+    ZVK_Free_F(pucList, __FILE__, __LINE__);
+    return uiRet;
+}
+
+/* Policy: what the engine matches on. */
 
 uint32_t QEL_MDT_ConstructRtpEntry(const QEL_ROUTE_INFO_S *pstRoute, QEL_RTP_ENTRY_S *pstRtpEntry)
 {
     if (QEL_Missing(pstRoute) || QEL_Missing(pstRoute->pucKey) || QEL_Missing(pstRtpEntry)) {
         return QEL_ERR_NULL;
     }
-    return QEL_ERR_NO_ENTRY;
+    pstRtpEntry->uiRtpAddrType = 0;
+    pstRtpEntry->stRtpAddr.uiIpv4 = QEL_MDT_KeyOf_(pstRoute)->uiSource;
+    pstRtpEntry->uiRtpPrefixLen = QEL_MDT_IPV4_BITS;
+    return QEL_OK;
+}
+
+static constexpr uint32_t QEL_MDT_MATCH_HDR_LEN = 4;
+static constexpr uint16_t QEL_MDT_MATCH_RD_LEN = sizeof(QEL_RD_VALUE_S);
+static constexpr uint16_t QEL_MDT_MATCH_IP_LEN = sizeof(uint32_t);
+
+constexpr QEL_DISPATCH_ENTRY_S g_astQelMdtConstructMatchTbl[] = {
+    {QEL_MDT_MATCH_RD, {.pfConstructMatch = QEL_MDT_ConstructMatchRd}},
+    {QEL_MDT_MATCH_EXTCOMM, {.pfConstructMatch = QEL_MDT_ConstructMatchExtCommunity}},
+    {QEL_MDT_MATCH_IP_GROUP, {.pfConstructMatch = QEL_MDT_ConstructMatchIpGroup}},
+};
+
+uint32_t QEL_MDT_CalcRtpMatchTlvLen(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiMatchMask, uint32_t *puiMatchLen)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(puiMatchLen)) {
+        return QEL_ERR_NULL;
+    }
+    uint32_t uiLen = (uiMatchMask & QEL_MDT_MATCH_RD) != 0 ? QEL_MDT_MATCH_HDR_LEN + QEL_MDT_MATCH_RD_LEN : 0;
+    if ((uiMatchMask & QEL_MDT_MATCH_EXTCOMM) != 0) {
+        if (pstRoute->pucExtComm == nullptr) {
+            /* kept: a missing list empties the whole match, the RD's part too; so the engine learns that nothing can
+             * match */
+            return QEL_OK;
+        }
+        uiLen += static_cast<uint16_t>(pstRoute->uiExtCommLen) + QEL_MDT_MATCH_HDR_LEN;
+    }
+    uiLen += (uiMatchMask & QEL_MDT_MATCH_IP_GROUP) != 0 ? QEL_MDT_MATCH_HDR_LEN + QEL_MDT_MATCH_IP_LEN : 0;
+    *puiMatchLen = uiLen;
+    return QEL_OK;
+}
+
+/* Step: every wanted row writes its TLV. */
+static uint32_t QEL_MDT_WriteMatch_(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiMatchMask, uint8_t *pucMatch,
+                                    uint32_t uiLen, QEL_FAMILY_CTX_S *pstCtx)
+{
+    uint8_t *pucCursor = pucMatch;
+    uint32_t uiRemain = uiLen;
+    for (const QEL_DISPATCH_ENTRY_S &stEntry : g_astQelMdtConstructMatchTbl) {
+        if ((uiMatchMask & stEntry.uiType) != 0 &&
+            stEntry.pfConstructMatch(pstRoute, &pucCursor, &uiRemain, pstCtx) != QEL_OK) {
+            /* kept: whatever the handler's code; the engine asks for yes or no */
+            return QEL_ERR_FAILED;
+        }
+    }
+    return QEL_OK;
 }
 
 uint32_t QEL_MDT_ConstructMatch(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiMatchMask, uint8_t **ppucMatch,
@@ -647,24 +1309,312 @@ uint32_t QEL_MDT_ConstructMatch(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiMat
         QEL_Zero(uiMatchMask)) {
         return QEL_ERR_NULL;
     }
-    return QEL_ERR_NO_ENTRY;
+    uint32_t uiLen = 0;
+    (void)QEL_MDT_CalcRtpMatchTlvLen(pstRoute, uiMatchMask, &uiLen);
+    if (uiLen == 0) {
+        return QEL_OK;
+    }
+    auto *pucMatch = static_cast<uint8_t *>(ZVK_SimpleAlloc_F(pstCtx->uiMemHandle, uiLen, __FILE__, __LINE__));
+    if (QEL_Missing(pucMatch)) {
+        return QEL_ERR_MEMORY;
+    }
+    const uint32_t uiRet = QEL_MDT_WriteMatch_(pstRoute, uiMatchMask, pucMatch, uiLen, pstCtx);
+    if (uiRet != QEL_OK) {
+        ZVK_Free_F(pucMatch, __FILE__, __LINE__);
+        pucMatch = nullptr;
+        uiLen = 0;
+    }
+    *ppucMatch = pucMatch;
+    *puiMatchLen = uiLen;
+    return uiRet;
 }
 
-uint32_t QEL_MDT_GetCross(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCross, uint32_t *puiCrossLen,
-                          uint32_t *puiCursor, uint32_t * /* puiMore */, QEL_FAMILY_CTX_S *pstCtx)
+static void QEL_MDT_PutMatchHdr_(uint8_t *pucTlv, uint16_t usType, uint16_t usLen)
 {
-    if (QEL_Missing(pstRoute) || QEL_Missing(ppucCross) || QEL_Missing(puiCrossLen) || QEL_Missing(puiCursor) ||
-        QEL_Missing(pstCtx)) {
-        return QEL_ERR_NULL;
-    }
-    return QEL_ERR_NO_ENTRY;
+    QEL_StoreBe16(pucTlv, usType);
+    QEL_StoreBe16(pucTlv + sizeof(usType), usLen);
 }
 
-uint32_t QEL_MDT_GetExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucList, uint32_t *puiCount,
-                                 QEL_FAMILY_CTX_S *pstCtx)
+/* Moves the cursor behind a TLV whose value has usLen bytes. */
+static void QEL_MDT_PassMatchTlv_(uint8_t **ppucCursor, uint32_t *puiRemain, uint16_t usLen)
 {
-    if (QEL_Missing(pstRoute) || QEL_Missing(ppucList) || QEL_Missing(puiCount) || QEL_Missing(pstCtx)) {
+    *ppucCursor += QEL_MDT_MATCH_HDR_LEN + usLen;
+    *puiRemain -= QEL_MDT_MATCH_HDR_LEN + usLen;
+}
+
+uint32_t QEL_MDT_ConstructMatchRd(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t *puiRemain,
+                                  QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(ppucCursor) || QEL_Missing(puiRemain) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
     }
-    return QEL_ERR_NO_ENTRY;
+    if (pstRoute->pucRd == nullptr) {
+        return QEL_ERR_ABSENT;
+    }
+    if (*puiRemain < QEL_MDT_MATCH_HDR_LEN + QEL_MDT_MATCH_RD_LEN) {
+        return QEL_ERR_SPACE;
+    }
+    QEL_MDT_PutMatchHdr_(*ppucCursor, QEL_MDT_MATCH_TLV_RD, QEL_MDT_MATCH_RD_LEN);
+    /* kept: the RD goes out as it stands, not in network order like the rest; the engine compares it so */
+    QEL_Copy(*ppucCursor + QEL_MDT_MATCH_HDR_LEN, *puiRemain - QEL_MDT_MATCH_HDR_LEN, pstRoute->pucRd,
+             QEL_MDT_MATCH_RD_LEN);
+    QEL_MDT_PassMatchTlv_(ppucCursor, puiRemain, QEL_MDT_MATCH_RD_LEN);
+    return QEL_OK;
+}
+
+uint32_t QEL_MDT_ConstructMatchExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t *puiRemain,
+                                            QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(ppucCursor) || QEL_Missing(puiRemain) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    if (pstRoute->pucExtComm == nullptr) {
+        return QEL_OK;
+    }
+    const uint16_t usLen = static_cast<uint16_t>(pstRoute->uiExtCommLen);
+    if (usLen + QEL_MDT_MATCH_HDR_LEN > *puiRemain) {
+        return QEL_ERR_SPACE;
+    }
+    QEL_MDT_PutMatchHdr_(*ppucCursor, QEL_MDT_MATCH_TLV_EXTCOMM, usLen);
+    QEL_ROUTE_INFO_S stList = {};
+    stList.pucExtComm = pstRoute->pucExtComm;
+    stList.uiExtCommLen = usLen;
+    uint8_t *pucValue = *ppucCursor + QEL_MDT_MATCH_HDR_LEN;
+    const uint32_t uiRet = QEL_MDT_FormatExtCommunity(&stList, &pucValue, *puiRemain - QEL_MDT_MATCH_HDR_LEN, pstCtx);
+    if (uiRet != QEL_OK) {
+        return uiRet;
+    }
+    QEL_MDT_PassMatchTlv_(ppucCursor, puiRemain, usLen);
+    return QEL_OK;
+}
+
+/* kept: the context is not looked at by the two address rows */
+static uint32_t QEL_MDT_ConstructMatchIp_(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiKeyField, uint8_t **ppucCursor,
+                                          uint32_t *puiRemain)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(ppucCursor) || QEL_Missing(puiRemain)) {
+        return QEL_ERR_NULL;
+    }
+    if (pstRoute->pucKey == nullptr) {
+        return QEL_ERR_ABSENT;
+    }
+    if (*puiRemain < QEL_MDT_MATCH_HDR_LEN + QEL_MDT_MATCH_IP_LEN) {
+        return QEL_ERR_SPACE;
+    }
+    QEL_MDT_PutMatchHdr_(*ppucCursor, QEL_MDT_MATCH_TLV_IP, QEL_MDT_MATCH_IP_LEN);
+    QEL_StoreBe32(*ppucCursor + QEL_MDT_MATCH_HDR_LEN, QEL_Load32(pstRoute->pucKey + uiKeyField));
+    QEL_MDT_PassMatchTlv_(ppucCursor, puiRemain, QEL_MDT_MATCH_IP_LEN);
+    return QEL_OK;
+}
+
+uint32_t QEL_MDT_ConstructMatchIpGroup(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t *puiRemain,
+                                       QEL_FAMILY_CTX_S * /* pstCtx */)
+{
+    return QEL_MDT_ConstructMatchIp_(pstRoute, offsetof(QEL_MDT_KEY_S, uiGroup), ppucCursor, puiRemain);
+}
+
+uint32_t QEL_MDT_ConstructMatchIpSource(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t *puiRemain,
+                                        QEL_FAMILY_CTX_S * /* pstCtx */)
+{
+    return QEL_MDT_ConstructMatchIp_(pstRoute, offsetof(QEL_MDT_KEY_S, uiSource), ppucCursor, puiRemain);
+}
+
+/* Policy: actions on the community list. */
+
+/* What becomes of attribute 16. */
+typedef struct {
+    uint8_t *pucApply;     /* the new list in host order; null: the host keeps what it has */
+    uint16_t usTotalCount; /* elements in pucApply */
+    bool bNoValue;         /* nothing is left: the host removes the attribute */
+} QEL_MDT_NEW_LIST_S;
+
+static void QEL_MDT_FreeIfHeld_(uint8_t **ppucMem, QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (*ppucMem != nullptr) {
+        void *pvMem = *ppucMem;
+        QEL_MDT_Free(&pvMem, pstCtx);
+        *ppucMem = nullptr;
+    }
+}
+
+void QEL_MDT_GetExtCommAttrExcludeRT(const uint8_t *pucExtComm, uint16_t usCount, uint8_t *pucOut, uint16_t *pusOutLen)
+{
+    if (QEL_Missing(pucExtComm) || QEL_Missing(pucOut) || QEL_Missing(pusOutLen)) {
+        return;
+    }
+    const uint32_t uiRoom = usCount * QEL_MDT_EXTCOMM_LEN;
+    uint32_t uiOutLen = 0;
+    for (uint32_t uiAt = 0; uiAt < uiRoom; uiAt += QEL_MDT_EXTCOMM_LEN) {
+        if (!QEL_MDT_IsRt_(pucExtComm + uiAt)) {
+            QEL_Copy(pucOut + uiOutLen, uiRoom - uiOutLen, pucExtComm + uiAt, QEL_MDT_EXTCOMM_LEN);
+            uiOutLen += QEL_MDT_EXTCOMM_LEN;
+        }
+    }
+    *pusOutLen = static_cast<uint16_t>(uiOutLen);
+}
+
+/* Step: the list of the action in host order; an empty value has none. */
+static uint32_t QEL_MDT_TakeHostList_(const uint8_t *pucValue, uint32_t uiValueLen, uint8_t **ppucHost,
+                                      QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (uiValueLen == 0) {
+        return QEL_OK;
+    }
+    *ppucHost = static_cast<uint8_t *>(QEL_MDT_Malloc(pstCtx, uiValueLen));
+    if (QEL_Missing(*ppucHost)) {
+        return QEL_ERR_MEMORY;
+    }
+    QEL_Copy(*ppucHost, uiValueLen, pucValue, uiValueLen);
+    QEL_MDT_ConvertExtCommunityNTOH(reinterpret_cast<QEL_EXTCOMM_S *>(*ppucHost), uiValueLen / QEL_MDT_EXTCOMM_LEN);
+    return QEL_OK;
+}
+
+static uint16_t QEL_MDT_ListCount_(const QEL_ROUTE_INFO_S *pstRoute)
+{
+    return static_cast<uint16_t>(pstRoute->uiExtCommLen / QEL_MDT_EXTCOMM_LEN);
+}
+
+/* Step: the route's list without its Route Targets; a list without a whole element has none. */
+static uint32_t QEL_MDT_TakeTempList_(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucTemp, uint16_t *pusTempLen,
+                                      QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_MDT_ListCount_(pstRoute) == 0) {
+        return QEL_OK;
+    }
+    *ppucTemp = static_cast<uint8_t *>(QEL_MDT_Malloc(pstCtx, pstRoute->uiExtCommLen));
+    if (QEL_Missing(*ppucTemp)) {
+        return QEL_ERR_MEMORY;
+    }
+    QEL_Clear(*ppucTemp, pstRoute->uiExtCommLen, pstRoute->uiExtCommLen);
+    QEL_MDT_GetExtCommAttrExcludeRT(pstRoute->pucExtComm, QEL_MDT_ListCount_(pstRoute), *ppucTemp, pusTempLen);
+    return QEL_OK;
+}
+
+/* Step: the buffer of the new list. kept: no bytes are no memory, which answers 3, where NG-MVPN has answers of its
+ * own; policies of this family rely on it */
+static uint32_t QEL_MDT_NewApplyList_(uint32_t uiLen, uint32_t *puiRoom, QEL_MDT_NEW_LIST_S *pstNew,
+                                      QEL_FAMILY_CTX_S *pstCtx)
+{
+    /* kept: less than one element, alone, comes out of the clean-up as one; the octets that it lacks are zero */
+    *puiRoom = uiLen != 0 && uiLen < QEL_MDT_EXTCOMM_LEN ? QEL_MDT_EXTCOMM_LEN : uiLen;
+    pstNew->pucApply = static_cast<uint8_t *>(QEL_MDT_Malloc(pstCtx, *puiRoom));
+    if (QEL_Missing(pstNew->pucApply)) {
+        return QEL_ERR_MEMORY;
+    }
+    QEL_Clear(pstNew->pucApply, *puiRoom, *puiRoom);
+    return QEL_OK;
+}
+
+/* Step: what stays of the route's list and behind it the action's. */
+static uint32_t QEL_MDT_JoinLists_(const uint8_t *pucTemp, uint16_t usTempLen, const uint8_t *pucHost,
+                                   uint32_t uiValueLen, QEL_MDT_NEW_LIST_S *pstNew, QEL_FAMILY_CTX_S *pstCtx)
+{
+    uint32_t uiRoom = 0;
+    const uint32_t uiRet = QEL_MDT_NewApplyList_(usTempLen + uiValueLen, &uiRoom, pstNew, pstCtx);
+    if (uiRet != QEL_OK) {
+        return uiRet;
+    }
+    if (usTempLen != 0) {
+        QEL_Copy(pstNew->pucApply, uiRoom, pucTemp, usTempLen);
+    }
+    if (pucHost != nullptr) {
+        QEL_Copy(pstNew->pucApply + usTempLen, uiRoom - usTempLen, pucHost, uiValueLen);
+    }
+    pstNew->usTotalCount = static_cast<uint16_t>(uiValueLen / QEL_MDT_EXTCOMM_LEN + usTempLen / QEL_MDT_EXTCOMM_LEN);
+    return QEL_OK;
+}
+
+/* Step: the route's list, Route Targets included, and behind it the action's. */
+static uint32_t QEL_MDT_AddExtComm_(const QEL_ROUTE_INFO_S *pstRoute, const uint8_t *pucHost, uint32_t uiValueLen,
+                                    QEL_MDT_NEW_LIST_S *pstNew, QEL_FAMILY_CTX_S *pstCtx)
+{
+    const uint16_t usTempLen = static_cast<uint16_t>(QEL_MDT_ListCount_(pstRoute) * QEL_MDT_EXTCOMM_LEN);
+    const uint32_t uiRet = QEL_MDT_JoinLists_(pstRoute->pucExtComm, usTempLen, pucHost, uiValueLen, pstNew, pstCtx);
+    if (uiRet == QEL_OK && pucHost == nullptr) {
+        /* kept: an empty value is no refusal; its copy fails, is reported, and the route's own list comes out */
+        QEL_Copy(pstNew->pucApply + usTempLen, 0, pucHost, 0);
+    }
+    return uiRet;
+}
+
+static uint32_t QEL_MDT_ReplaceRt_(const QEL_ROUTE_INFO_S *pstRoute, const uint8_t *pucHost, uint32_t uiValueLen,
+                                   QEL_MDT_NEW_LIST_S *pstNew, QEL_FAMILY_CTX_S *pstCtx)
+{
+    uint8_t *pucTemp = nullptr;
+    uint16_t usTempLen = 0;
+    uint32_t uiRet = QEL_MDT_TakeTempList_(pstRoute, &pucTemp, &usTempLen, pstCtx);
+    if (uiRet != QEL_OK) {
+        return uiRet;
+    }
+    uiRet = QEL_MDT_JoinLists_(pucTemp, usTempLen, pucHost, uiValueLen, pstNew, pstCtx);
+    QEL_MDT_FreeIfHeld_(&pucTemp, pstCtx);
+    return uiRet;
+}
+
+static uint32_t QEL_MDT_DeleteRt_(const QEL_ROUTE_INFO_S *pstRoute, QEL_MDT_NEW_LIST_S *pstNew,
+                                  QEL_FAMILY_CTX_S *pstCtx)
+{
+    uint8_t *pucTemp = nullptr;
+    uint16_t usTempLen = 0;
+    uint32_t uiRet = QEL_MDT_TakeTempList_(pstRoute, &pucTemp, &usTempLen, pstCtx);
+    if (uiRet != QEL_OK) {
+        return uiRet;
+    }
+    if (usTempLen == 0) {
+        pstNew->bNoValue = true;
+    } else {
+        uiRet = QEL_MDT_JoinLists_(pucTemp, usTempLen, nullptr, 0, pstNew, pstCtx);
+    }
+    QEL_MDT_FreeIfHeld_(&pucTemp, pstCtx);
+    return uiRet;
+}
+
+/* Step: the new list of the action. */
+static uint32_t QEL_MDT_BuildNewList_(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiActionType, const uint8_t *pucValue,
+                                      uint32_t uiValueLen, QEL_MDT_NEW_LIST_S *pstNew, QEL_FAMILY_CTX_S *pstCtx)
+{
+    uint8_t *pucHost = nullptr;
+    uint32_t uiRet = QEL_MDT_TakeHostList_(pucValue, uiValueLen, &pucHost, pstCtx);
+    if (uiRet != QEL_OK) {
+        return uiRet;
+    }
+    if (uiActionType == QEL_MDT_ACTION_EXTCOMM_ADD || uiActionType == QEL_MDT_ACTION_EXTCOMM_ADD_OTHER) {
+        uiRet = QEL_MDT_AddExtComm_(pstRoute, pucHost, uiValueLen, pstNew, pstCtx);
+    } else if (uiActionType == QEL_MDT_ACTION_EXTCOMM_REPLACE) {
+        uiRet = QEL_MDT_ReplaceRt_(pstRoute, pucHost, uiValueLen, pstNew, pstCtx);
+    }
+    QEL_MDT_FreeIfHeld_(&pucHost, pstCtx);
+    /* kept: a delete makes the action's list as well and drops it; its inline buffer serves the next step, and a value
+     * that can't be copied fails the action */
+    if (uiActionType == QEL_MDT_ACTION_EXTCOMM_DELETE) {
+        uiRet = QEL_MDT_DeleteRt_(pstRoute, pstNew, pstCtx);
+    }
+    return uiRet;
+}
+
+uint32_t QEL_MDT_ApplyExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiActionType, const uint8_t *pucValue,
+                                   uint32_t uiValueLen, QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(pucValue) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    QEL_MDT_NEW_LIST_S stNew = {};
+    uint32_t uiRet = QEL_MDT_BuildNewList_(pstRoute, uiActionType, pucValue, uiValueLen, &stNew, pstCtx);
+    if (uiRet != QEL_OK) {
+        return uiRet;
+    }
+    if (stNew.bNoValue) {
+        return QEL_MDT_BuildNoneValueOutput(ppstResult, pstCtx);
+    }
+    if (stNew.pucApply == nullptr) {
+        *ppstResult = nullptr;
+        return QEL_OK;
+    }
+    uiRet = QEL_MDT_CleanupExtCommunity(reinterpret_cast<QEL_EXTCOMM_S *>(stNew.pucApply), &stNew.usTotalCount, pstCtx);
+    if (uiRet == QEL_OK) {
+        uiRet = QEL_MDT_OutputExtCommunity_(
+            stNew.pucApply, static_cast<uint16_t>(stNew.usTotalCount * QEL_MDT_EXTCOMM_LEN), ppstResult, pstCtx);
+    }
+    QEL_MDT_FreeIfHeld_(&stNew.pucApply, pstCtx);
+    return uiRet;
 }

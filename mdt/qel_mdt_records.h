@@ -23,6 +23,13 @@ typedef struct {
 QEL_ASSERT_SIZE(QEL_MDT_NONKEY_S, 8);
 QEL_ASSERT_OFFSET(QEL_MDT_NONKEY_S, uiShareGroup, 4);
 
+/* Bit of usFlags. */
+#define QEL_MDT_NONKEY_SHARE_GROUP UINT16_C(0x1)
+
+/* The same where they lie in a section. */
+QEL_AT_ANY_ADDRESS(QEL_MDT_KEY_S, QEL_MDT_KEY_AT_S);
+QEL_AT_ANY_ADDRESS(QEL_MDT_NONKEY_S, QEL_MDT_NONKEY_AT_S);
+
 QEL_EXTERN_C_END
 
 #endif

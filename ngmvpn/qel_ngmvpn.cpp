@@ -2,11 +2,16 @@
 
 #include "platform/bounds.h"
 #include "qel_check.h"
+#include "qel_ngmvpn_attribute_msg.h"
 #include "qel_ngmvpn_attribute_pkt.h"
 #include "qel_ngmvpn_cross.h"
 #include "qel_ngmvpn_dfx.h"
+#include "qel_ngmvpn_intercomp_msg.h"
 #include "qel_ngmvpn_nlri.h"
 #include "qel_ngmvpn_policy.h"
+#include "qel_ngmvpn_segment_importattr.h"
+#include "qel_ngmvpn_segment_parsemsg.h"
+#include "qel_ngmvpn_segment_policy.h"
 #include "qel_ngmvpn_util.h"
 
 #include <cstddef>
@@ -274,6 +279,10 @@ const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetCfgParseEntry(uint32_t uiType)
 }
 
 constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnHaMsgFormatTbl[] = {
+    {1, {.pfFormatMsg = QEL_NGMVPN_MvpnORMvrfFormatToHaRtPrefixTlv}},
+    {3, {.pfFormatMsg = QEL_NGMVPN_MvpnORMvrfFormatToHaRtPrefixTlv}},
+    {5, {.pfFormatMsg = QEL_NGMVPN_MvpnORMvrfFormatToHaRtPrefixTlv}},
+    {8, {.pfFormatMsg = QEL_NGMVPN_MvpnORMvrfFormatToHaRtPrefixTlv}},
     {6, {.pfFormatMsg = QEL_NGMVPN_FormatIrtTlv}},
     {7, {.pfFormatMsg = QEL_NGMVPN_FormatIrtTlv}},
     {10, {.pfFormatMsg = QEL_NGMVPN_FormatIrtTlv}},
@@ -286,10 +295,14 @@ const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetHaiMsgFormatEntry(uint32_t uiType)
 }
 
 constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnHaMsgParseTbl[] = {
-    {6, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},
-    {7, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},
-    {10, {.pfParseMsg = QEL_NGMVPN_ParseVrfIrtTlv}},
-    {11, {.pfParseMsg = QEL_NGMVPN_ParseVrfIrtTlv}},
+    {1, {.pfParseMsg = QEL_NGMVPN_ParseHARtPrefixTlv}},      /* route prefix */
+    {3, {.pfParseMsg = QEL_NGMVPN_ParseHARtPrefixTlv}},      /* route prefix */
+    {5, {.pfParseMsg = QEL_NGMVPN_ParseHARtPrefixTlv}},      /* route prefix */
+    {8, {.pfParseMsg = QEL_NGMVPN_ParseHARtPrefixTlvGlbal}}, /* route prefix */
+    {6, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},             /* route target */
+    {7, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},             /* route target */
+    {10, {.pfParseMsg = QEL_NGMVPN_ParseVrfIrtTlv}},         /* private IRT */
+    {11, {.pfParseMsg = QEL_NGMVPN_ParseVrfIrtTlv}},         /* private IRT */
 };
 
 const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetHaiMsgParseEntry(uint32_t uiType)
@@ -298,8 +311,16 @@ const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetHaiMsgParseEntry(uint32_t uiType)
 }
 
 constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnMsgFormatTbl[] = {
+    {53, {.pfFormatMsg = QEL_NGMVPN_MvrfFormatToMvpnRtPrefixTlv}}, /* route prefix to Mvpn */
+    {55, {.pfFormatMsg = QEL_NGMVPN_MvrfFormatToMvpnRtPrefixTlv}}, /* route prefix to Mvpn */
+    {59, {.pfFormatMsg = QEL_NGMVPN_MvpnFormatToMvrfRtPrefixTlv}}, /* route prefix to Mvrf */
+    {61, {.pfFormatMsg = QEL_NGMVPN_MvpnFormatToMvrfRtPrefixTlv}}, /* route prefix to Mvrf */
+    {5, {.pfFormatMsg = QEL_NGMVPN_MvrfFormatToMcRtPrefixTlv}},    /* route prefix to Mc */
+    {6, {.pfFormatMsg = QEL_NGMVPN_FormatRoutePathTlv}},           /* route path to Mc */
     {56, {.pfFormatMsg = QEL_NGMVPN_FormatIrtTlv}},
     {57, {.pfFormatMsg = QEL_NGMVPN_FormatIrtTlv}},
+    {137, {.pfFormatMsg = QEL_NGMVPN_FormatMcImportRouteKeyTlv}},   /* import route's key to Mc */
+    {138, {.pfFormatMsg = QEL_NGMVPN_FormatMcImportRouteNoKeyTlv}}, /* import route's attributes to Mc */
 };
 
 const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetBgpiMsgFormatEntry(uint32_t uiType)
@@ -308,14 +329,22 @@ const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetBgpiMsgFormatEntry(uint32_t uiType)
 }
 
 constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnMsgParseTbl[] = {
-    {56, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},     /* route target */
-    {57, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},     /* route target */
-    {18, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},     /* route target */
-    {20, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},     /* route target */
-    {19, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},     /* route target */
-    {21, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},     /* route target */
-    {157, {.pfParseMsg = QEL_NGMVPN_ParseVrfIrtTlv}}, /* private IRT */
-    {158, {.pfParseMsg = QEL_NGMVPN_ParseVrfIrtTlv}}, /* private IRT */
+    {53, {.pfParseMsg = QEL_NGMVPN_MvpnParseFromMvrfRtPrefixTlv}}, /* route prefix from Mvrf */
+    {55, {.pfParseMsg = QEL_NGMVPN_MvpnParseFromMvrfRtPrefixTlv}}, /* route prefix from Mvrf */
+    {59, {.pfParseMsg = QEL_NGMVPN_MvrfParseFromMvpnRtPrefixTlv}}, /* route prefix from Mvpn */
+    {61, {.pfParseMsg = QEL_NGMVPN_MvrfParseFromMvpnRtPrefixTlv}}, /* route prefix from Mvpn */
+    {15, {.pfParseMsg = QEL_NGMVPN_MvrfParseFromMcRtPrefixTlv}},   /* route prefix from Mc */
+    {16, {.pfParseMsg = QEL_NGMVPN_ParseMcRoutePathTlv}},          /* route path from Mc */
+    {56, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},                  /* route target */
+    {57, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},                  /* route target */
+    {18, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},                  /* route target */
+    {20, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},                  /* route target */
+    {19, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},                  /* route target */
+    {21, {.pfParseMsg = QEL_NGMVPN_ParseIrtTlv}},                  /* route target */
+    {157, {.pfParseMsg = QEL_NGMVPN_ParseVrfIrtTlv}},              /* private IRT */
+    {158, {.pfParseMsg = QEL_NGMVPN_ParseVrfIrtTlv}},              /* private IRT */
+    {137, {.pfParseMsg = QEL_NGMVPN_ParseMcImportRouteKeyTlv}},    /* import route's key from Mc */
+    {138, {.pfParseMsg = QEL_NGMVPN_ParseMcImportRouteNoKeyTlv}},  /* import route's attributes from Mc */
 };
 
 const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetBgpiMsgParseEntry(uint32_t uiType)
@@ -323,10 +352,23 @@ const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetBgpiMsgParseEntry(uint32_t uiType)
     return QEL_FindEntry(g_astQelNgmvpnMsgParseTbl, uiType);
 }
 
+constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnSetAttrTbl[] = {
+    {16, {.pfSetAttr = QEL_NGMVPN_SetExtCommunity}},
+    {3, {.pfSetAttr = QEL_NGMVPN_SetNexthop}},
+    {8, {.pfSetAttr = QEL_NGMVPN_SetCommunity}},
+    {22, {.pfSetAttr = QEL_NGMVPN_SetPmsi}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetAttrSetEntry(uint32_t uiType)
+{
+    return QEL_FindEntry(g_astQelNgmvpnSetAttrTbl, uiType);
+}
+
 constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnApplyActionTbl[] = {
     {6, {.pfApplyAction = QEL_NGMVPN_ApplyExtCommunity}},
     {7, {.pfApplyAction = QEL_NGMVPN_ApplyExtCommunity}},
     {87, {.pfApplyAction = QEL_NGMVPN_ApplyExtCommunity}},
+    {61, {.pfApplyAction = QEL_NGMVPN_ApplyAttrRplInfo}},
 };
 
 const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetApplyActionEntry(uint32_t uiType)
@@ -334,31 +376,63 @@ const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetApplyActionEntry(uint32_t uiType)
     return QEL_FindEntry(g_astQelNgmvpnApplyActionTbl, uiType);
 }
 
-/* The rows of the lookups below come with their handlers. */
+constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnErtMsgParseTbl[] = {
+    {11, {.pfParseAddAttrMsg = QEL_NGMVPN_ParseAddAttrTlv}},
+    {34, {.pfParseAddAttrMsg = QEL_NGMVPN_ParseNonkeyTlv}},
+};
 
-const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetErtMsgParseEntry(uint32_t /* uiType */)
+const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetErtMsgParseEntry(uint32_t uiType)
 {
-    return nullptr;
+    return QEL_FindEntry(g_astQelNgmvpnErtMsgParseTbl, uiType);
 }
 
-const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetParseMcRoutePathEntry(uint32_t /* uiType */)
+constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnParseRoutePathTbl[] = {
+    {14, {.pfParseRoutePath = QEL_NGMVPN_ParseMcRoutePathNh}},
+    {13, {.pfParseRoutePath = QEL_NGMVPN_ParseRoutePathExtComTlvRtImportOrSnh_}},
+    {15, {.pfParseRoutePath = QEL_NGMVPN_ParseRoutePathExtComTlvRtImportOrSnh_}},
+    {12, {.pfParseRoutePath = QEL_NGMVPN_ParseRoutePathExtComTlvPmsi_}},
+    {22, {.pfParseRoutePath = QEL_NGMVPN_ParseRoutePathExtComTlvRt6Import_}},
+    {23, {.pfParseRoutePath = QEL_NGMVPN_ParseRoutePathExtComTlvPfxSid_}},
+    {24, {.pfParseRoutePath = QEL_NGMVPN_ParseRoutePathExtComTlvMsid_}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetParseMcRoutePathEntry(uint32_t uiType)
 {
-    return nullptr;
+    return QEL_FindEntry(g_astQelNgmvpnParseRoutePathTbl, uiType);
 }
 
-const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetAttrMsgFormatEntry(uint32_t /* uiType */)
+constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnAttrMsgFormatTbl[] = {
+    {11, {.pfFormatMsg = QEL_NGMVPN_FormatExtCommunityTlv}},
+    {21, {.pfFormatMsg = QEL_NGMVPN_FormatExtCommunityTlv}},
+    {25, {.pfFormatMsg = QEL_NGMVPN_FormatPmsiTnlTlv}},
+    {34, {.pfFormatMsg = QEL_NGMVPN_FormatRtNonKeyTlv}},
+    {40, {.pfFormatMsg = QEL_NGMVPN_FormatImportAttrTlv}},
+    {50, {.pfFormatMsg = QEL_NGMVPN_FormatIPv6ExtCommunityTlv}},
+    {51, {.pfFormatMsg = QEL_NGMVPN_FormatIPv6ExtCommunityTlv}},
+    {43, {.pfFormatMsg = QEL_NGMVPN_FormatRtPfxSidTlv}},
+    {59, {.pfFormatMsg = QEL_NGMVPN_FormatRtMsidTlv}},
+};
+
+const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetAttrMsgFormatEntry(uint32_t uiType)
 {
-    return nullptr;
+    return QEL_FindEntry(g_astQelNgmvpnAttrMsgFormatTbl, uiType);
 }
 
-const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetAttrMsgParseEntry(uint32_t /* uiType */)
-{
-    return nullptr;
-}
+constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnAttrMsgParseTbl[] = {
+    {11, {.pfParseMsg = QEL_NGMVPN_ParseRtExtCommunityTlv}},
+    {21, {.pfParseMsg = QEL_NGMVPN_ParseRtExtCommunityTlv}},
+    {25, {.pfParseMsg = QEL_NGMVPN_ParsePmsiTnlTlv}},
+    {34, {.pfParseMsg = QEL_NGMVPN_ParseRtNonKeyTlv}},
+    {40, {.pfParseMsg = QEL_NGMVPN_ParseImportAttrTlv}},
+    {50, {.pfParseMsg = QEL_NGMVPN_ParseRtIPv6ExtCommunityTlv}},
+    {51, {.pfParseMsg = QEL_NGMVPN_ParseRtIPv6ExtCommunityTlv}},
+    {43, {.pfParseMsg = QEL_NGMVPN_ParseRtPfxSidTlv}},
+    {59, {.pfParseMsg = QEL_NGMVPN_ParseRtMsidTlv}},
+};
 
-const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetAttrSetEntry(uint32_t /* uiType */)
+const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetAttrMsgParseEntry(uint32_t uiType)
 {
-    return nullptr;
+    return QEL_FindEntry(g_astQelNgmvpnAttrMsgParseTbl, uiType);
 }
 
 /* The operations: check the pointers, find the row, go on in its handler. The codes for a type without a handler are
@@ -856,80 +930,4 @@ QEL_HOT_PATH uint32_t QEL_NGMVPN_OutPutRoute(const QEL_NGMVPN_KEY_S *pstKey, con
      * hosts rely on where the calls end */
     *puiMore = (uiNlriLen + 2 < uiRemain) ? 1 : 0;
     return QEL_OK;
-}
-
-/* Operations without a table whose bodies are still to come: their checks, and the answer of a type without handler. */
-
-uint32_t QEL_NGMVPN_GetExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucList, uint32_t *puiCount,
-                                    QEL_FAMILY_CTX_S *pstCtx)
-{
-    if (QEL_Missing(pstRoute) || QEL_Missing(ppucList) || QEL_Missing(puiCount) || QEL_Missing(pstCtx)) {
-        return QEL_ERR_NULL;
-    }
-    return QEL_ERR_NO_ENTRY;
-}
-
-uint32_t QEL_NGMVPN_SetAttrAfterPlcy(const QEL_ROUTE_INFO_S *pstOld, const QEL_ROUTE_INFO_S *pstNew,
-                                     uint32_t /* uiIgnored */, uint32_t /* uiCtrlFlag */,
-                                     QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
-{
-    if (QEL_Missing(pstOld) || QEL_Missing(pstNew) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx)) {
-        return QEL_ERR_NULL;
-    }
-    return QEL_ERR_NO_ENTRY;
-}
-
-uint32_t QEL_NGMVPN_GetCmcastNhpUserData(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucData, uint32_t *puiLen,
-                                         QEL_FAMILY_CTX_S *pstCtx)
-{
-    if (QEL_Missing(pstRoute) || QEL_Missing(ppucData) || QEL_Missing(puiLen) || QEL_Missing(pstCtx) ||
-        QEL_Missing(pstRoute->pucKey)) {
-        return QEL_ERR_NULL;
-    }
-    return QEL_ERR_NO_ENTRY;
-}
-
-uint32_t QEL_NGMVPN_CheckRouteForAdv(const QEL_ROUTE_INFO_S *pstRoute, uint32_t /* uiCheckType */, uint32_t *puiAdv)
-{
-    if (QEL_Missing(pstRoute) || QEL_Missing(puiAdv) || QEL_Missing(pstRoute->pucKey)) {
-        return QEL_ERR_NULL;
-    }
-    return QEL_ERR_NO_ENTRY;
-}
-
-uint32_t QEL_NGMVPN_SetRelayNextHop(const QEL_ROUTE_INFO_S *pstRoute, uint32_t *puiNextHop,
-                                    uint32_t * /* puiHasNextHop */, QEL_FAMILY_CTX_S *pstCtx)
-{
-    if (QEL_Missing(pstRoute) || QEL_Missing(pstCtx) || QEL_Missing(pstRoute->pucKey) || QEL_Missing(puiNextHop)) {
-        return QEL_ERR_NULL;
-    }
-    return QEL_ERR_NO_ENTRY;
-}
-
-uint32_t QEL_NGMVPN_CheckAttrByType(const void *pvA, uint32_t /* uiLenA */, const void *pvB, uint32_t /* uiLenB */,
-                                    uint32_t uiAttrType)
-{
-    if (QEL_Missing(pvA) || QEL_Missing(pvB)) {
-        return QEL_ERR_FAILED;
-    }
-    if (uiAttrType != QEL_ATTR_TYPE_IMPORT) {
-        QEL_Report(uiAttrType);
-        return QEL_ERR_FAILED;
-    }
-    return QEL_ERR_FAILED;
-}
-
-uint32_t QEL_NGMVPN_GetIntraNlriKeyByUserData(const uint8_t *pucData, uint32_t uiLen, QEL_ROUTE_BLOCK_S **ppstResult,
-                                              QEL_FAMILY_CTX_S *pstCtx)
-{
-    static constexpr uint32_t uiNhpUserDataLen = 28;
-    if (QEL_Missing(pucData) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx)) {
-        return QEL_ERR_NULL;
-    }
-    /* kept: the very length that QEL_NGMVPN_GetCmcastNhpUserData produces is refused; hosts pass another one */
-    if (uiLen == uiNhpUserDataLen) {
-        QEL_Report(uiLen);
-        return QEL_ERR_NULL;
-    }
-    return QEL_ERR_NO_ENTRY;
 }

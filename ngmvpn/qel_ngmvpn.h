@@ -13,13 +13,18 @@ extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnPktFormatTbl[7];
 extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnData2StrTbl[7];
 extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCfgFormatTbl[7];
 extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCfgParseTbl[2];
-extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnMsgParseTbl[8];
-extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnMsgFormatTbl[2];
-extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnHaMsgParseTbl[4];
-extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnHaMsgFormatTbl[4];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnMsgParseTbl[16];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnMsgFormatTbl[10];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnHaMsgParseTbl[8];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnHaMsgFormatTbl[8];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnAttrMsgParseTbl[9];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnAttrMsgFormatTbl[9];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnErtMsgParseTbl[2];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnParseRoutePathTbl[7];
 extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCmpDataTbl[5];
 extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCmpAttrDataTbl[5];
-extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnApplyActionTbl[3];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnSetAttrTbl[4];
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnApplyActionTbl[4];
 
 /* Steps of construction, each filling its part of the descriptor. */
 void QEL_NGMVPN_InitPktTlv(QEL_FAMILY_DESC_S *pstDesc);
@@ -60,27 +65,14 @@ uint32_t QEL_NGMVPN_ParseAddAttrMsg(const QEL_ROUTE_INFO_S *pstRoute, const uint
                                     uint32_t uiTlvType, QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx);
 uint32_t QEL_NGMVPN_ApplyAction(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiActionType, const uint8_t *pucValue,
                                 uint32_t uiValueLen, QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx);
-uint32_t QEL_NGMVPN_GetExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucList, uint32_t *puiCount,
-                                    QEL_FAMILY_CTX_S *pstCtx);
 int32_t QEL_NGMVPN_CmpData(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB, uint32_t uiCmpType);
 uint32_t QEL_NGMVPN_Data2Str(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiType, char *pcOut, uint32_t uiOutLen,
                              uint32_t *puiIndex, uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx);
 uint32_t QEL_NGMVPN_SetRtCount(const QEL_ROUTE_INFO_S *pstRoute, uint32_t *pauiCount, uint32_t uiCountNum,
                                uint32_t uiAdd, uint32_t uiDelta);
 uint32_t QEL_NGMVPN_GetRtCount(const uint32_t *pauiCount, uint32_t uiCountNum, uint32_t uiType, uint32_t *puiCount);
-uint32_t QEL_NGMVPN_SetAttrAfterPlcy(const QEL_ROUTE_INFO_S *pstOld, const QEL_ROUTE_INFO_S *pstNew, uint32_t uiIgnored,
-                                     uint32_t uiCtrlFlag, QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx);
-uint32_t QEL_NGMVPN_GetCmcastNhpUserData(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucData, uint32_t *puiLen,
-                                         QEL_FAMILY_CTX_S *pstCtx);
-uint32_t QEL_NGMVPN_CheckRouteForAdv(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiCheckType, uint32_t *puiAdv);
-uint32_t QEL_NGMVPN_SetRelayNextHop(const QEL_ROUTE_INFO_S *pstRoute, uint32_t *puiNextHop, uint32_t *puiHasNextHop,
-                                    QEL_FAMILY_CTX_S *pstCtx);
 int32_t QEL_NGMVPN_CmpDataForAttrType(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB,
                                       uint32_t uiCmpType, uint32_t uiAttrType);
-uint32_t QEL_NGMVPN_CheckAttrByType(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB,
-                                    uint32_t uiAttrType);
-uint32_t QEL_NGMVPN_GetIntraNlriKeyByUserData(const uint8_t *pucData, uint32_t uiLen, QEL_ROUTE_BLOCK_S **ppstResult,
-                                              QEL_FAMILY_CTX_S *pstCtx);
 
 /* Rows of the dispatch tables by type code, or null. */
 const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetErtMsgParseEntry(uint32_t uiType);

@@ -152,7 +152,6 @@ uint32_t QEL_NGMVPN_FormatIPv6ExtCommunity(QEL_ROUTE_INFO_S *pstRoute, uint8_t *
 
 /* PMSI tunnel. */
 
-static constexpr uint32_t QEL_NGMVPN_PMSI_HEADER_LEN = 5;      /* flags, tunnel type, label */
 static constexpr uint8_t QEL_NGMVPN_PMSI_UNKNOWN_FLAGS = 0xDE; /* all but 0x01 and 0x20 */
 static constexpr uint32_t QEL_NGMVPN_RSVP_TE_IDENT_LEN = 12;
 static constexpr uint32_t QEL_NGMVPN_MLDP_FIXED_LEN = 10;
@@ -301,11 +300,10 @@ uint32_t QEL_NGMVPN_ParseTnlIdentifier(const uint8_t **ppucCursor, QEL_NGMVPN_PM
     }
 }
 
-/* Reads the attribute into the record and hands it out; *ppucLocal ends behind what was read. */
-static uint32_t QEL_NGMVPN_TakePmsiTnl_(const uint8_t **ppucLocal, uint32_t uiLen, QEL_NGMVPN_PMSI_TNL_S *pstTnl,
-                                        QEL_ROUTE_BLOCK_S **ppstResult, const QEL_FAMILY_CTX_S *pstCtx)
+uint32_t QEL_NGMVPN_ReadPmsiTnl_(const uint8_t **ppucCursor, uint32_t uiLen, QEL_NGMVPN_PMSI_TNL_S *pstTnl,
+                                 uint32_t *puiSectionLen)
 {
-    const uint8_t *pucHeader = *ppucLocal;
+    const uint8_t *pucHeader = *ppucCursor;
     pstTnl->ucFlags = pucHeader[0];
     if ((pstTnl->ucFlags & QEL_NGMVPN_PMSI_UNKNOWN_FLAGS) != 0) {
         return QEL_ERR_PMSI_FLAGS;
@@ -313,10 +311,16 @@ static uint32_t QEL_NGMVPN_TakePmsiTnl_(const uint8_t **ppucLocal, uint32_t uiLe
     pstTnl->ucTnlType = pucHeader[1];
     /* kept: the 24 bits as they stand, not shifted to a label; the low four come back on the wire */
     pstTnl->uiLabel = QEL_NGMVPN_LoadBe24_(pucHeader + 2);
-    *ppucLocal += QEL_NGMVPN_PMSI_HEADER_LEN;
+    *ppucCursor += QEL_NGMVPN_PMSI_HEADER_LEN;
+    return QEL_NGMVPN_ParseTnlIdentifier(ppucCursor, pstTnl, uiLen - QEL_NGMVPN_PMSI_HEADER_LEN, puiSectionLen);
+}
+
+/* Reads the attribute into the record and hands it out; *ppucLocal ends behind what was read. */
+static uint32_t QEL_NGMVPN_TakePmsiTnl_(const uint8_t **ppucLocal, uint32_t uiLen, QEL_NGMVPN_PMSI_TNL_S *pstTnl,
+                                        QEL_ROUTE_BLOCK_S **ppstResult, const QEL_FAMILY_CTX_S *pstCtx)
+{
     uint32_t uiSectionLen = 0;
-    const uint32_t uiRet =
-        QEL_NGMVPN_ParseTnlIdentifier(ppucLocal, pstTnl, uiLen - QEL_NGMVPN_PMSI_HEADER_LEN, &uiSectionLen);
+    const uint32_t uiRet = QEL_NGMVPN_ReadPmsiTnl_(ppucLocal, uiLen, pstTnl, &uiSectionLen);
     if (uiRet != QEL_OK) {
         return uiRet;
     }
@@ -375,7 +379,17 @@ uint32_t QEL_NGMVPN_GetPmsiTnlFmtNeedLen(const QEL_NGMVPN_PMSI_TNL_AT_S *pstTnl)
     }
 }
 
-static void QEL_NGMVPN_FormatPmsiTnlRsvpTe_(uint8_t **ppucCursor, const QEL_NGMVPN_PMSI_TNL_AT_S *pstTnl)
+void QEL_NGMVPN_FormatPmsiTnlHeader_(uint8_t **ppucCursor, const QEL_NGMVPN_PMSI_TNL_AT_S *pstTnl)
+{
+    uint8_t *pucCursor = *ppucCursor;
+    pucCursor[0] = pstTnl->ucFlags;
+    pucCursor[1] = pstTnl->ucTnlType;
+    pucCursor[2] = static_cast<uint8_t>(pstTnl->uiLabel >> 16);
+    QEL_StoreBe16(pucCursor + 3, static_cast<uint16_t>(pstTnl->uiLabel));
+    *ppucCursor += QEL_NGMVPN_PMSI_HEADER_LEN;
+}
+
+void QEL_NGMVPN_FormatPmsiTnlRsvpTe_(uint8_t **ppucCursor, const QEL_NGMVPN_PMSI_TNL_AT_S *pstTnl)
 {
     uint8_t *pucCursor = *ppucCursor;
     QEL_StoreBe32(pucCursor, pstTnl->uTnl.stRsvpTe.uiP2mpId);
@@ -385,8 +399,7 @@ static void QEL_NGMVPN_FormatPmsiTnlRsvpTe_(uint8_t **ppucCursor, const QEL_NGMV
     *ppucCursor += QEL_NGMVPN_RSVP_TE_IDENT_LEN;
 }
 
-static uint32_t QEL_NGMVPN_FormatPmsiTnlMldp_(uint8_t **ppucCursor, const QEL_NGMVPN_PMSI_TNL_AT_S *pstTnl,
-                                              uint32_t uiPmsiLen)
+uint32_t QEL_NGMVPN_FormatPmsiTnlMldp_(uint8_t **ppucCursor, const QEL_NGMVPN_PMSI_TNL_AT_S *pstTnl, uint32_t uiPmsiLen)
 {
     uint8_t *pucCursor = *ppucCursor;
     const uint16_t usOpaqueLen = pstTnl->uTnl.stMldp.usOpaqueLen;
@@ -458,11 +471,7 @@ uint32_t QEL_NGMVPN_FormatPmsiTnl(QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCurs
     /* kept: a refusal leaves the caller's cursor alone although octets have been written behind it; it goes on from
      * there */
     uint8_t *pucLocal = *ppucCursor;
-    *pucLocal++ = pstTnl->ucFlags;
-    *pucLocal++ = pstTnl->ucTnlType;
-    *pucLocal++ = static_cast<uint8_t>(pstTnl->uiLabel >> 16);
-    QEL_StoreBe16(pucLocal, static_cast<uint16_t>(pstTnl->uiLabel));
-    pucLocal += sizeof(uint16_t);
+    QEL_NGMVPN_FormatPmsiTnlHeader_(&pucLocal, pstTnl);
     const uint32_t uiRet = QEL_NGMVPN_FormatTnlIdentifier_(&pucLocal, pstTnl, pstRoute->uiPmsiLen);
     if (uiRet != QEL_OK) {
         return uiRet;
@@ -487,8 +496,7 @@ static constexpr uint8_t QEL_NGMVPN_SRV6_SID_INFO_SUBTLV = 1;
 static constexpr uint16_t QEL_NGMVPN_SRV6_L3_SERVICE_LEN = 25;
 static constexpr uint16_t QEL_NGMVPN_SRV6_SID_INFO_LEN = 21;
 
-/* A SID of 16 wire bytes as four host-order words. */
-static void QEL_NGMVPN_TakeSid_(uint32_t *pauiSid, const uint8_t *pucWire)
+void QEL_NGMVPN_TakeSid_(uint32_t *pauiSid, const uint8_t *pucWire)
 {
     static constexpr size_t ulSidLen = 4 * sizeof(uint32_t);
     QEL_Copy(pauiSid, ulSidLen, pucWire, ulSidLen);
@@ -517,6 +525,14 @@ uint32_t QEL_NGMVPN_ParsePktPrefixSid_(const uint8_t **ppucCursor, QEL_FAMILY_CT
     return QEL_OK;
 }
 
+void QEL_NGMVPN_FillPfxSid_(QEL_NGMVPN_PFXSID_S *pstSid, const uint8_t *pucAttr)
+{
+    QEL_NGMVPN_TakeSid_(pstSid->auiSid, pucAttr + QEL_NGMVPN_PFXSID_SID_AT);
+    QEL_Copy(pstSid->aucRawTlv, sizeof(pstSid->aucRawTlv), pucAttr, QEL_NGMVPN_PFXSID_ATTR_LEN);
+    pstSid->usEndpointBehavior = QEL_LoadBe16(pucAttr + QEL_NGMVPN_PFXSID_BEHAVIOR_AT);
+    pstSid->usReserved = 0;
+}
+
 static uint32_t QEL_NGMVPN_TakePrefixSid_(const uint8_t *pucAttr, QEL_NGMVPN_PFXSID_S *pstSid,
                                           QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
 {
@@ -525,10 +541,7 @@ static uint32_t QEL_NGMVPN_TakePrefixSid_(const uint8_t *pucAttr, QEL_NGMVPN_PFX
     if (uiRet != QEL_OK) {
         return uiRet;
     }
-    QEL_NGMVPN_TakeSid_(pstSid->auiSid, pucSid);
-    QEL_Copy(pstSid->aucRawTlv, sizeof(pstSid->aucRawTlv), pucAttr, QEL_NGMVPN_PFXSID_ATTR_LEN);
-    pstSid->usEndpointBehavior = QEL_LoadBe16(pucAttr + QEL_NGMVPN_PFXSID_BEHAVIOR_AT);
-    pstSid->usReserved = 0;
+    QEL_NGMVPN_FillPfxSid_(pstSid, pucAttr);
     QEL_ROUTE_VIEW_S stView = {};
     stView.ucAttrFlag = QEL_ATTR_FLAG_PFXSID;
     stView.ucAttrType = QEL_ATTR_TYPE_PFXSID;

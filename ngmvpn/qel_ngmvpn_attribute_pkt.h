@@ -8,6 +8,9 @@
 
 QEL_EXTERN_C_BEGIN
 
+/* Flags, tunnel type and label ahead of a tunnel identifier. */
+#define QEL_NGMVPN_PMSI_HEADER_LEN UINT32_C(5)
+
 /* QEL_OK for a whole number of 8-byte elements, QEL_ERR_EXTCOMM_EMPTY for 0 bytes, else QEL_ERR_EXTCOMM_LEN. */
 uint32_t QEL_NGMVPN_CheckExtCommLen(uint32_t uiLen);
 
@@ -27,6 +30,10 @@ uint32_t QEL_NGMVPN_FormatIPv6ExtCommunity(QEL_ROUTE_INFO_S *pstRoute, uint8_t *
  * behind it and *puiMore 0; every refusal leaves the cursor alone. */
 uint32_t QEL_NGMVPN_ParsePmsiTnl(const uint8_t **ppucCursor, uint32_t uiLen, QEL_ROUTE_BLOCK_S **ppstResult,
                                  uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx);
+/* Step: reads an attribute of at least five bytes into a cleared record; the cursor ends behind what was read.
+ * QEL_ERR_PMSI_FLAGS and the codes of QEL_NGMVPN_ParseTnlIdentifier, which gets the rest. */
+uint32_t QEL_NGMVPN_ReadPmsiTnl_(const uint8_t **ppucCursor, uint32_t uiLen, QEL_NGMVPN_PMSI_TNL_S *pstTnl,
+                                 uint32_t *puiSectionLen);
 /* Reads the tunnel identifier of uiLen bytes of the type in pstTnl; *puiSectionLen gets the length that the record
  * takes in a route. QEL_ERR_TNL_NOT_CARRIED: well formed, stepped over. */
 uint32_t QEL_NGMVPN_ParseTnlIdentifier(const uint8_t **ppucCursor, QEL_NGMVPN_PMSI_TNL_S *pstTnl, uint32_t uiLen,
@@ -39,7 +46,13 @@ uint32_t QEL_NGMVPN_CheckTnlIdentifierTunnelLdpP2mp(QEL_NGMVPN_PMSI_TNL_S *pstTn
 /* Writes the tunnel; pstCtx is not read. QEL_ERR_SPACE; QEL_ERR_FAILED for a record that contradicts its length. */
 uint32_t QEL_NGMVPN_FormatPmsiTnl(QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t uiOutLen,
                                   QEL_FAMILY_CTX_S *pstCtx);
-/* Step: the BIER identifier; returns the bytes written, 7 or 19. */
+/* Steps: flags, type and label, five bytes; the RSVP-TE identifier; the mLDP one, where an opaque value that doesn't
+ * fit the record of uiPmsiLen bytes is reported, QEL_ERR_FAILED; the BIER one, which returns the bytes written, 7
+ * or 19. */
+void QEL_NGMVPN_FormatPmsiTnlHeader_(uint8_t **ppucCursor, const QEL_NGMVPN_PMSI_TNL_AT_S *pstTnl);
+void QEL_NGMVPN_FormatPmsiTnlRsvpTe_(uint8_t **ppucCursor, const QEL_NGMVPN_PMSI_TNL_AT_S *pstTnl);
+uint32_t QEL_NGMVPN_FormatPmsiTnlMldp_(uint8_t **ppucCursor, const QEL_NGMVPN_PMSI_TNL_AT_S *pstTnl,
+                                       uint32_t uiPmsiLen);
 uint32_t QEL_NGMVPN_FormatPmsiTnlBier_(uint8_t **ppucCursor, const QEL_NGMVPN_PMSI_TNL_AT_S *pstTnl);
 /* Wire bytes that the record needs, 0 for null. */
 uint32_t QEL_NGMVPN_GetPmsiTnlFmtNeedLen(const QEL_NGMVPN_PMSI_TNL_AT_S *pstTnl);
@@ -49,6 +62,9 @@ uint32_t QEL_NGMVPN_ParsePrefixSid(const uint8_t **ppucCursor, uint32_t uiLen, Q
                                    uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx);
 /* Step: checks the two headers and leaves the cursor at the SID. */
 uint32_t QEL_NGMVPN_ParsePktPrefixSid_(const uint8_t **ppucCursor, QEL_FAMILY_CTX_S *pstCtx);
+/* Steps: 16 wire bytes as four host-order words; a record from an attribute whose headers have been checked. */
+void QEL_NGMVPN_TakeSid_(uint32_t *pauiSid, const uint8_t *pucWire);
+void QEL_NGMVPN_FillPfxSid_(QEL_NGMVPN_PFXSID_S *pstSid, const uint8_t *pucAttr);
 uint32_t QEL_NGMVPN_FormatPrefixSid(QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t uiOutLen,
                                     QEL_FAMILY_CTX_S *pstCtx);
 

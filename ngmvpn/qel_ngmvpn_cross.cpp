@@ -115,8 +115,9 @@ static uint32_t QEL_NGMVPN_EndCross_(uint8_t **ppucCross, uint32_t *puiCrossLen,
     return QEL_OK;
 }
 
-uint32_t QEL_NGMVPN_GetCrossGtm(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCross, uint32_t *puiCrossLen,
-                                uint32_t *puiCursor, uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
+QEL_HOT_PATH uint32_t QEL_NGMVPN_GetCrossGtm(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCross,
+                                             uint32_t *puiCrossLen, uint32_t *puiCursor, uint32_t *puiMore,
+                                             QEL_FAMILY_CTX_S *pstCtx)
 {
     if (QEL_Missing(pstRoute) || QEL_Missing(puiCursor)) {
         return QEL_ERR_NULL;
@@ -338,7 +339,7 @@ uint32_t QEL_NGMVPN_GetLeafCross(const QEL_NGMVPN_NONKEY_AT_S *pstNonKey, const 
 
 /* Compare of cross values. */
 
-int32_t QEL_NGMVPN_CmpCross(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB)
+QEL_HOT_PATH int32_t QEL_NGMVPN_CmpCross(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB)
 {
     if (QEL_Missing(pvA) || QEL_Missing(pvB)) {
         return QEL_CMP_FAILED;

@@ -5,6 +5,7 @@
 #include "qel_byteorder.h"
 #include "qel_check.h"
 #include "qel_ngmvpn.h"
+#include "qel_ngmvpn_key.h"
 #include "qel_ngmvpn_util.h"
 
 #include <cstddef>
@@ -41,11 +42,6 @@ static void QEL_NGMVPN_EndText_(uint32_t *puiIndex, uint32_t *puiMore)
 {
     *puiIndex = 0;
     *puiMore = 0;
-}
-
-static const QEL_NGMVPN_KEY_AT_S *QEL_NGMVPN_KeyOf_(const QEL_ROUTE_INFO_S *pstRoute)
-{
-    return reinterpret_cast<const QEL_NGMVPN_KEY_AT_S *>(pstRoute->pucKey);
 }
 
 /* Text of four host-order words of an IPv6 address. */

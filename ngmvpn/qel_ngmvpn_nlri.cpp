@@ -3,6 +3,7 @@
 #include "qel_byteorder.h"
 #include "qel_check.h"
 #include "qel_ngmvpn.h"
+#include "qel_ngmvpn_key.h"
 #include "qel_ngmvpn_segment_policy.h"
 #include "qel_ngmvpn_util.h"
 
@@ -33,11 +34,6 @@ typedef struct {
     QEL_NGMVPN_KEY_S stKey;
     QEL_NGMVPN_NONKEY_S stNonKey;
 } QEL_NGMVPN_NLRI_S;
-
-static inline const QEL_NGMVPN_KEY_AT_S *QEL_NGMVPN_KeyOf_(const QEL_ROUTE_INFO_S *pstRoute)
-{
-    return reinterpret_cast<const QEL_NGMVPN_KEY_AT_S *>(pstRoute->pucKey);
-}
 
 /* ---- parsing: steps ---- */
 
@@ -250,6 +246,31 @@ static inline uint32_t QEL_NGMVPN_EndSrcGrpRoute_(const QEL_NGMVPN_NLRI_S *pstNl
 
 /* ---- parsing ---- */
 
+uint32_t QEL_NGMVPN_ParseNlriOfType_(uint32_t uiRouteType, const uint8_t **ppucCursor, uint32_t uiNlriLen,
+                                     uint32_t uiRemain, QEL_ROUTE_BLOCK_S **ppstResult, uint32_t *puiMore,
+                                     uint8_t ucRdKind, QEL_FAMILY_CTX_S *pstCtx)
+{
+    switch (uiRouteType) {
+    case QEL_NGMVPN_WIRE_INTRA_IPMSI_AD:
+        return QEL_NGMVPN_ParseBgpIntraIpmsiAd(ppucCursor, uiNlriLen, uiRemain, ppstResult, puiMore, ucRdKind, pstCtx);
+    case QEL_NGMVPN_WIRE_INTER_IPMSI_AD:
+        return QEL_NGMVPN_ParseBgpInterIpmsiAd(ppucCursor, uiNlriLen, uiRemain, ppstResult, puiMore, ucRdKind, pstCtx);
+    case QEL_NGMVPN_WIRE_SPMSI_AD:
+        return QEL_NGMVPN_ParseBgpSpmsiAd(ppucCursor, uiNlriLen, uiRemain, ppstResult, puiMore, ucRdKind, pstCtx);
+    case QEL_NGMVPN_WIRE_LEAF_AD:
+        return QEL_NGMVPN_ParseBgpLeafAd(ppucCursor, uiNlriLen, uiRemain, ppstResult, puiMore, ucRdKind, pstCtx);
+    case QEL_NGMVPN_WIRE_SOURCE_ACTIVE_AD:
+        return QEL_NGMVPN_ParseBgpSourceActiveAd(ppucCursor, uiNlriLen, uiRemain, ppstResult, puiMore, ucRdKind,
+                                                 pstCtx);
+    case QEL_NGMVPN_WIRE_SHARED_TREE_JOIN:
+    case QEL_NGMVPN_WIRE_SOURCE_TREE_JOIN:
+        return QEL_NGMVPN_ParseBgpCMulticastRoute(uiRouteType, ppucCursor, uiNlriLen, uiRemain, ppstResult, puiMore,
+                                                  ucRdKind, pstCtx);
+    default:
+        return QEL_ERR_VALUE;
+    }
+}
+
 QEL_HOT_PATH uint32_t QEL_NGMVPN_ParseMpNlri(const uint8_t **ppucCursor, uint32_t uiLen, QEL_ROUTE_BLOCK_S **ppstResult,
                                              uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
 {
@@ -269,30 +290,11 @@ QEL_HOT_PATH uint32_t QEL_NGMVPN_ParseMpNlri(const uint8_t **ppucCursor, uint32_
     uint8_t ucKind = 0;
     QEL_NGMVPN_ParseMsgTypeSwitchRdType(ucType, &ucKind, QEL_NGMVPN_MSG_KIND_PKT, 0);
     uint32_t uiRet = QEL_ERR_NLRI_REFUSED;
-    switch (ucType) {
-    case QEL_NGMVPN_WIRE_INTRA_IPMSI_AD:
-        uiRet = QEL_NGMVPN_ParseBgpIntraIpmsiAd(&pucCursor, uiNlriLen, uiRemain, ppstResult, puiMore, ucKind, pstCtx);
-        break;
-    case QEL_NGMVPN_WIRE_INTER_IPMSI_AD:
-        uiRet = QEL_NGMVPN_ParseBgpInterIpmsiAd(&pucCursor, uiNlriLen, uiRemain, ppstResult, puiMore, ucKind, pstCtx);
-        break;
-    case QEL_NGMVPN_WIRE_SPMSI_AD:
-        uiRet = QEL_NGMVPN_ParseBgpSpmsiAd(&pucCursor, uiNlriLen, uiRemain, ppstResult, puiMore, ucKind, pstCtx);
-        break;
-    case QEL_NGMVPN_WIRE_LEAF_AD:
-        uiRet = QEL_NGMVPN_ParseBgpLeafAd(&pucCursor, uiNlriLen, uiRemain, ppstResult, puiMore, ucKind, pstCtx);
-        break;
-    case QEL_NGMVPN_WIRE_SOURCE_ACTIVE_AD:
-        uiRet = QEL_NGMVPN_ParseBgpSourceActiveAd(&pucCursor, uiNlriLen, uiRemain, ppstResult, puiMore, ucKind, pstCtx);
-        break;
-    case QEL_NGMVPN_WIRE_SHARED_TREE_JOIN:
-    case QEL_NGMVPN_WIRE_SOURCE_TREE_JOIN:
-        uiRet = QEL_NGMVPN_ParseBgpCMulticastRoute(ucType, &pucCursor, uiNlriLen, uiRemain, ppstResult, puiMore, ucKind,
-                                                   pstCtx);
-        break;
-    default:
+    if (ucType < QEL_NGMVPN_WIRE_INTRA_IPMSI_AD || ucType > QEL_NGMVPN_WIRE_SOURCE_TREE_JOIN) {
         QEL_NGMVPN_SkipNlri_(&pucCursor, uiNlriLen, uiNlriLen, uiRemain, puiMore);
-        break;
+    } else {
+        uiRet =
+            QEL_NGMVPN_ParseNlriOfType_(ucType, &pucCursor, uiNlriLen, uiRemain, ppstResult, puiMore, ucKind, pstCtx);
     }
     /* kept: a parser that fails early leaves its cursor, so the host's one stands just behind the route's header, from
      * where the host decides whether to give the attribute up. */
@@ -863,6 +865,29 @@ void QEL_NGMVPN_FormatSpmsiRoutekey(const QEL_NGMVPN_KEY_AT_S *pstKey, QEL_NGMVP
     (void)QEL_NGMVPN_PutInnerSpmsi_(&pucCursor, pstKey, QEL_Bytes(&pstKey->stRd));
 }
 
+uint32_t QEL_NGMVPN_FormatNlriOfKey_(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t uiOutLen,
+                                     uint32_t uiMsgForm)
+{
+    switch (QEL_NGMVPN_KeyOf_(pstRoute)->uiKeyType) {
+    case QEL_NGMVPN_KEY_INTRA_IPMSI_AD:
+        return QEL_NGMVPN_FormatBgpIntraIpmsiAdNlri(pstRoute, ppucCursor, uiOutLen, uiMsgForm);
+    case QEL_NGMVPN_KEY_INTER_IPMSI_AD:
+        return QEL_NGMVPN_FormatBgpInterIpmsiAdNlri(pstRoute, ppucCursor, uiOutLen, uiMsgForm);
+    case QEL_NGMVPN_KEY_SPMSI_AD:
+        return QEL_NGMVPN_FormatBgpSpmsiAdNlri(pstRoute, ppucCursor, uiOutLen, uiMsgForm);
+    case QEL_NGMVPN_KEY_IPMSI_LEAF_AD:
+    case QEL_NGMVPN_KEY_SPMSI_LEAF_AD:
+        return QEL_NGMVPN_FormatBgpLeafAdNlri(pstRoute, ppucCursor, uiOutLen, uiMsgForm);
+    case QEL_NGMVPN_KEY_SOURCE_ACTIVE_AD:
+        return QEL_NGMVPN_FormatBgpSourceActiveAdNlri(pstRoute, ppucCursor, uiOutLen, uiMsgForm);
+    case QEL_NGMVPN_KEY_SHARED_TREE_JOIN:
+    case QEL_NGMVPN_KEY_SOURCE_TREE_JOIN:
+        return QEL_NGMVPN_FormatBgpCMulticastRouteNlri(pstRoute, ppucCursor, uiOutLen, uiMsgForm);
+    default:
+        return QEL_ERR_VALUE;
+    }
+}
+
 QEL_HOT_PATH uint32_t QEL_NGMVPN_FormatMpNlri(QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t uiOutLen,
                                               QEL_FAMILY_CTX_S *pstCtx)
 {
@@ -872,24 +897,7 @@ QEL_HOT_PATH uint32_t QEL_NGMVPN_FormatMpNlri(QEL_ROUTE_INFO_S *pstRoute, uint8_
     if (pstRoute->pucKey == nullptr) {
         return QEL_ERR_ABSENT;
     }
-    switch (QEL_NGMVPN_KeyOf_(pstRoute)->uiKeyType) {
-    case QEL_NGMVPN_KEY_INTRA_IPMSI_AD:
-        return QEL_NGMVPN_FormatBgpIntraIpmsiAdNlri(pstRoute, ppucCursor, uiOutLen, QEL_NGMVPN_MSG_FORM_PKT);
-    case QEL_NGMVPN_KEY_INTER_IPMSI_AD:
-        return QEL_NGMVPN_FormatBgpInterIpmsiAdNlri(pstRoute, ppucCursor, uiOutLen, QEL_NGMVPN_MSG_FORM_PKT);
-    case QEL_NGMVPN_KEY_SPMSI_AD:
-        return QEL_NGMVPN_FormatBgpSpmsiAdNlri(pstRoute, ppucCursor, uiOutLen, QEL_NGMVPN_MSG_FORM_PKT);
-    case QEL_NGMVPN_KEY_IPMSI_LEAF_AD:
-    case QEL_NGMVPN_KEY_SPMSI_LEAF_AD:
-        return QEL_NGMVPN_FormatBgpLeafAdNlri(pstRoute, ppucCursor, uiOutLen, QEL_NGMVPN_MSG_FORM_PKT);
-    case QEL_NGMVPN_KEY_SOURCE_ACTIVE_AD:
-        return QEL_NGMVPN_FormatBgpSourceActiveAdNlri(pstRoute, ppucCursor, uiOutLen, QEL_NGMVPN_MSG_FORM_PKT);
-    case QEL_NGMVPN_KEY_SHARED_TREE_JOIN:
-    case QEL_NGMVPN_KEY_SOURCE_TREE_JOIN:
-        return QEL_NGMVPN_FormatBgpCMulticastRouteNlri(pstRoute, ppucCursor, uiOutLen, QEL_NGMVPN_MSG_FORM_PKT);
-    default:
-        return QEL_ERR_VALUE;
-    }
+    return QEL_NGMVPN_FormatNlriOfKey_(pstRoute, ppucCursor, uiOutLen, QEL_NGMVPN_MSG_FORM_PKT);
 }
 
 uint32_t QEL_NGMVPN_FormatBgpIntraIpmsiAdNlri(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t uiOutLen,
@@ -1362,4 +1370,160 @@ int32_t QEL_NGMVPN_CmpIPv6ExtCommunity(const void *pvA, uint32_t uiLenA, const v
         }
     }
     return QEL_NGMVPN_CmpNumber_(pstA->usLocalAdmin, pstB->usLocalAdmin);
+}
+
+/* ---- advertisement ---- */
+
+constexpr QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCheckRouteToAdvTbl[] = {
+    {QEL_NGMVPN_KEY_INTRA_IPMSI_AD, {.pfCheckRoute = QEL_NGMVPN_CheckIntraAd2Adv}},
+    {QEL_NGMVPN_KEY_INTER_IPMSI_AD, {.pfCheckRoute = QEL_NGMVPN_CheckInterAd2Adv}},
+    {QEL_NGMVPN_KEY_SPMSI_AD, {.pfCheckRoute = QEL_NGMVPN_CheckSpmsiAd2Adv}},
+    {QEL_NGMVPN_KEY_IPMSI_LEAF_AD, {.pfCheckRoute = QEL_NGMVPN_CheckIntraLeafAd2Adv}},
+    {QEL_NGMVPN_KEY_SPMSI_LEAF_AD, {.pfCheckRoute = QEL_NGMVPN_CheckSpmsiLeafAd2Adv}},
+    {QEL_NGMVPN_KEY_SOURCE_ACTIVE_AD, {.pfCheckRoute = QEL_NGMVPN_CheckSrcActiveAd2Adv}},
+    {QEL_NGMVPN_KEY_SHARED_TREE_JOIN, {.pfCheckRoute = QEL_NGMVPN_CheckSharedTreeAd2Adv}},
+    {QEL_NGMVPN_KEY_SOURCE_TREE_JOIN, {.pfCheckRoute = QEL_NGMVPN_CheckSourceTreeAd2Adv}},
+};
+
+uint32_t QEL_NGMVPN_CheckRouteForAdv(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiCheckType, uint32_t *puiAdv)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(puiAdv) || QEL_Missing(pstRoute->pucKey)) {
+        return QEL_ERR_NULL;
+    }
+    if (uiCheckType != QEL_NGMVPN_CHECK_PEER) {
+        *puiAdv = 1;
+        return QEL_OK;
+    }
+    *puiAdv = 0;
+    if (pstRoute->uiUserDataKind != QEL_USER_DATA_PEER || pstRoute->uiUserDataLen != sizeof(QEL_PEER_S) ||
+        pstRoute->pstUserData == nullptr) {
+        return QEL_OK;
+    }
+    QEL_PEER_S stPeer;
+    memcpy(&stPeer, pstRoute->pstUserData, sizeof(stPeer));
+    if (stPeer.uiPeerMode != 0) {
+        *puiAdv = stPeer.ucRouteAddrLen == stPeer.ucPeerAddrLen ? 1 : 0;
+        return QEL_OK;
+    }
+    *puiAdv = QEL_NGMVPN_CheckRoute(pstRoute, &stPeer, QEL_NGMVPN_KeyOf_(pstRoute));
+    return QEL_OK;
+}
+
+uint32_t QEL_NGMVPN_CheckRoute(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_S *pstUserData,
+                               const QEL_NGMVPN_KEY_AT_S *pstKey)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(pstUserData) || QEL_Missing(pstKey)) {
+        return QEL_ERR_NULL;
+    }
+    const QEL_DISPATCH_ENTRY_S *pstEntry = QEL_FindEntry(g_astQelNgmvpnCheckRouteToAdvTbl, pstKey->uiKeyType);
+    if (pstEntry == nullptr) {
+        return 1;
+    }
+    if (pstEntry->pfCheckRoute == nullptr) {
+        QEL_Report(pstEntry->uiType);
+        return 1;
+    }
+    return pstEntry->pfCheckRoute(pstRoute, pstUserData, pstKey);
+}
+
+/* Whether an address of that length byte is of the peer's family. Every peer but an IPv4 one counts as IPv6. */
+static uint32_t QEL_NGMVPN_FitsPeer_(const QEL_PEER_S *pstPeer, uint8_t ucAddrLen)
+{
+    const uint8_t ucWanted =
+        pstPeer->ucPeerAddrLen == QEL_NLRI_IPV4_LEN ? QEL_NGMVPN_ADDR_LEN_IPV4 : QEL_NGMVPN_ADDR_LEN_IPV6;
+    return ucAddrLen == ucWanted ? 1 : 0;
+}
+
+uint32_t QEL_NGMVPN_CheckIntraAd2Adv(const QEL_ROUTE_INFO_S * /* pstRoute */, const QEL_PEER_S *pstPeer,
+                                     const void *pvKey)
+{
+    const QEL_NGMVPN_KEY_AT_S *pstKey = static_cast<const QEL_NGMVPN_KEY_AT_S *>(pvKey);
+    return QEL_NGMVPN_FitsPeer_(pstPeer, pstKey->uKey.stIntraIpmsiAd.ucOrigAddrLen);
+}
+
+uint32_t QEL_NGMVPN_CheckInterAd2Adv(const QEL_ROUTE_INFO_S * /* pstRoute */, const QEL_PEER_S * /* pstPeer */,
+                                     const void * /* pvKey */)
+{
+    return 1;
+}
+
+uint32_t QEL_NGMVPN_CheckSpmsiAd2Adv(const QEL_ROUTE_INFO_S * /* pstRoute */, const QEL_PEER_S *pstPeer,
+                                     const void *pvKey)
+{
+    const QEL_NGMVPN_KEY_AT_S *pstKey = static_cast<const QEL_NGMVPN_KEY_AT_S *>(pvKey);
+    return QEL_NGMVPN_FitsPeer_(pstPeer, pstKey->uKey.stSpmsiAd.ucOrigAddrLen);
+}
+
+uint32_t QEL_NGMVPN_CheckIntraLeafAd2Adv(const QEL_ROUTE_INFO_S * /* pstRoute */, const QEL_PEER_S *pstPeer,
+                                         const void *pvKey)
+{
+    const QEL_NGMVPN_KEY_AT_S *pstKey = static_cast<const QEL_NGMVPN_KEY_AT_S *>(pvKey);
+    return QEL_NGMVPN_FitsPeer_(pstPeer, pstKey->uKey.stIpmsiLeafAd.ucLeafAddrLen);
+}
+
+uint32_t QEL_NGMVPN_CheckSpmsiLeafAd2Adv(const QEL_ROUTE_INFO_S * /* pstRoute */, const QEL_PEER_S *pstPeer,
+                                         const void *pvKey)
+{
+    const QEL_NGMVPN_KEY_AT_S *pstKey = static_cast<const QEL_NGMVPN_KEY_AT_S *>(pvKey);
+    return QEL_NGMVPN_FitsPeer_(pstPeer, pstKey->uKey.stSpmsiLeafAd.ucLeafAddrLen);
+}
+
+uint32_t QEL_NGMVPN_CheckSrcActiveAd2Adv(const QEL_ROUTE_INFO_S * /* pstRoute */, const QEL_PEER_S * /* pstPeer */,
+                                         const void * /* pvKey */)
+{
+    return 1;
+}
+
+uint32_t QEL_NGMVPN_CheckSharedTreeAd2Adv(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_S *pstPeer,
+                                          const void * /* pvKey */)
+{
+    return QEL_NGMVPN_CheckCmcastRoute2Adv(pstRoute, pstPeer);
+}
+
+uint32_t QEL_NGMVPN_CheckSourceTreeAd2Adv(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_S *pstPeer,
+                                          const void * /* pvKey */)
+{
+    return QEL_NGMVPN_CheckCmcastRoute2Adv(pstRoute, pstPeer);
+}
+
+uint32_t QEL_NGMVPN_CheckCmcastRoute2Adv(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_S *pstUserData)
+{
+    if (pstRoute->pucExtComm != nullptr && pstUserData->ucPeerAddrLen == QEL_NLRI_IPV4_LEN) {
+        return QEL_NGMVPN_IsExistImportRtInIPv4ExtComm(pstRoute);
+    }
+    if (pstRoute->pucIpv6ExtComm == nullptr) {
+        return 0;
+    }
+    return pstUserData->ucPeerAddrLen == QEL_NLRI_IPV6_LEN ? 1 : 0;
+}
+
+static bool QEL_NGMVPN_IsImportRt_(uint16_t usType)
+{
+    return usType == 0x0102 || usType == 0x010A || usType == 0x010B;
+}
+
+uint32_t QEL_NGMVPN_IsExistImportRtInIPv4ExtComm(const QEL_ROUTE_INFO_S *pstRoute)
+{
+    static constexpr uint32_t uiElementLen = sizeof(QEL_EXTCOMM_S);
+    if (QEL_Zero(pstRoute->uiExtCommLen)) {
+        return 0;
+    }
+    if (pstRoute->uiExtCommLen % uiElementLen != 0) {
+        QEL_Report(pstRoute->uiExtCommLen);
+        return 0;
+    }
+    const uint32_t uiCount = pstRoute->uiExtCommLen / uiElementLen;
+    uint32_t uiAt = 0;
+    /* kept: step i moves on by i elements, so that elements 0, 1, 3, 6, 10 and so on are looked at alone; which
+     * C-multicast routes leave a router depends on it. The list ends the walk. */
+    for (uint32_t i = 0; i < uiCount; i++) {
+        uiAt += i;
+        if (uiAt >= uiCount) {
+            return 0;
+        }
+        if (QEL_NGMVPN_IsImportRt_(QEL_Load16(pstRoute->pucExtComm + static_cast<size_t>(uiAt) * uiElementLen))) {
+            return 1;
+        }
+    }
+    return 0;
 }

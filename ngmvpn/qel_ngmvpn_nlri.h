@@ -1,4 +1,5 @@
-/* MCAST-VPN routes (RFC 6514, section 4) of the NG-MVPN family: parsing, formatting, comparison. */
+/* MCAST-VPN routes (RFC 6514, section 4) of the NG-MVPN family: parsing, formatting, comparison, and whether a route
+ * may be advertised to a peer. */
 #ifndef QEL_NGMVPN_NLRI_H
 #define QEL_NGMVPN_NLRI_H
 
@@ -45,6 +46,11 @@ uint32_t QEL_NGMVPN_ParseBgpSourceActiveAd(const uint8_t **ppucCursor, uint32_t 
 uint32_t QEL_NGMVPN_ParseBgpCMulticastRoute(uint32_t uiRouteType, const uint8_t **ppucCursor, uint32_t uiNlriLen,
                                             uint32_t uiRemain, QEL_ROUTE_BLOCK_S **ppstResult, uint32_t *puiMore,
                                             uint8_t ucRdKind, QEL_FAMILY_CTX_S *pstCtx);
+
+/* The parser of the route type; QEL_ERR_VALUE: none. */
+uint32_t QEL_NGMVPN_ParseNlriOfType_(uint32_t uiRouteType, const uint8_t **ppucCursor, uint32_t uiNlriLen,
+                                     uint32_t uiRemain, QEL_ROUTE_BLOCK_S **ppstResult, uint32_t *puiMore,
+                                     uint8_t ucRdKind, QEL_FAMILY_CTX_S *pstCtx);
 
 /* Reads one length-prefixed address. *pucLen gets the length octet, *pucConsumed the octets taken with it, *pusFamily
  * 1, 2 or 0 for a wildcard, *puiRet QEL_OK, QEL_ERR_NLRI_MALFORMED or, for a zero address, QEL_ERR_NLRI_REFUSED. The
@@ -105,6 +111,9 @@ uint32_t QEL_NGMVPN_FormatBgpSourceActiveAdNlri(const QEL_ROUTE_INFO_S *pstRoute
                                                 uint32_t uiOutLen, uint32_t uiMsgForm);
 uint32_t QEL_NGMVPN_FormatBgpCMulticastRouteNlri(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor,
                                                  uint32_t uiOutLen, uint32_t uiMsgForm);
+/* The formatter of the type of the route's key, which has to be there; QEL_ERR_VALUE: none. */
+uint32_t QEL_NGMVPN_FormatNlriOfKey_(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t uiOutLen,
+                                     uint32_t uiMsgForm);
 /* Step: the I-PMSI form of a Leaf A-D route, from the outer length octet on. Returns QEL_OK. */
 uint32_t QEL_NGMVPN_FormatBgpLeafAdNlriIPMSILEAFAD_(const QEL_ROUTE_INFO_S *pstRoute, const QEL_NGMVPN_KEY_AT_S *pstKey,
                                                     uint8_t **ppucCursor);
@@ -141,6 +150,43 @@ int32_t QEL_NGMVPN_CmpIpmsiLeafAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const Q
 int32_t QEL_NGMVPN_CmpSpmsiLeafAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB);
 int32_t QEL_NGMVPN_CmpSourceActiveAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB);
 int32_t QEL_NGMVPN_CmpCMulticastRouteKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB);
+
+/* Key types and their advertisement checks. */
+extern const QEL_DISPATCH_ENTRY_S g_astQelNgmvpnCheckRouteToAdvTbl[8];
+
+/* uiCheckType of pfCheckRouteForAdv that has the route looked at; any other passes it. */
+#define QEL_NGMVPN_CHECK_PEER UINT32_C(2)
+
+/* The family's pfCheckRouteForAdv. A route whose user data is no peer record is not advertised. In a peer mode other
+ * than 0 the two address lengths of the peer record have to be equal, in mode 0 QEL_NGMVPN_CheckRoute decides. Returns
+ * QEL_OK. */
+uint32_t QEL_NGMVPN_CheckRouteForAdv(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiCheckType, uint32_t *puiAdv);
+/* The check of the key's type: 1 if the route may go to the peer, else 0; 1 for a type without a row. */
+uint32_t QEL_NGMVPN_CheckRoute(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_S *pstUserData,
+                               const QEL_NGMVPN_KEY_AT_S *pstKey);
+
+/* The checks; pvKey is the key section. A-D routes pass if their originator, of a Leaf A-D route the leaf, is of the
+ * peer's address family; Inter I-PMSI and Source Active A-D routes always; C-multicast routes by
+ * QEL_NGMVPN_CheckCmcastRoute2Adv. */
+uint32_t QEL_NGMVPN_CheckIntraAd2Adv(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_S *pstPeer, const void *pvKey);
+uint32_t QEL_NGMVPN_CheckInterAd2Adv(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_S *pstPeer, const void *pvKey);
+uint32_t QEL_NGMVPN_CheckSpmsiAd2Adv(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_S *pstPeer, const void *pvKey);
+uint32_t QEL_NGMVPN_CheckIntraLeafAd2Adv(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_S *pstPeer,
+                                         const void *pvKey);
+uint32_t QEL_NGMVPN_CheckSpmsiLeafAd2Adv(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_S *pstPeer,
+                                         const void *pvKey);
+uint32_t QEL_NGMVPN_CheckSrcActiveAd2Adv(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_S *pstPeer,
+                                         const void *pvKey);
+uint32_t QEL_NGMVPN_CheckSharedTreeAd2Adv(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_S *pstPeer,
+                                          const void *pvKey);
+uint32_t QEL_NGMVPN_CheckSourceTreeAd2Adv(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_S *pstPeer,
+                                          const void *pvKey);
+/* Towards an IPv4 peer 1 if the community list, where there is one, holds an import target; else 1 if the peer is IPv6
+ * and the route has IPv6 communities. */
+uint32_t QEL_NGMVPN_CheckCmcastRoute2Adv(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_S *pstUserData);
+/* 1 if an element that the walk meets is a Route Import community; it meets elements 0, 1, 3, 6, 10 and so on. A list
+ * that is empty or no whole number of elements is reported, 0. */
+uint32_t QEL_NGMVPN_IsExistImportRtInIPv4ExtComm(const QEL_ROUTE_INFO_S *pstRoute);
 
 QEL_EXTERN_C_END
 

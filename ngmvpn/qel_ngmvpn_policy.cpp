@@ -5,6 +5,9 @@
 #include "qel_check.h"
 #include "qel_ngmvpn.h"
 #include "qel_ngmvpn_attribute_pkt.h"
+#include "qel_ngmvpn_key.h"
+#include "qel_ngmvpn_nlri.h"
+#include "qel_ngmvpn_segment_policy.h"
 #include "qel_ngmvpn_util.h"
 
 #include <cstddef>
@@ -15,17 +18,6 @@ static constexpr uint16_t QEL_NGMVPN_MATCH_RD_LEN = sizeof(QEL_RD_VALUE_S);
 static constexpr uint16_t QEL_NGMVPN_MATCH_MVPN_TYPE_LEN = 1;
 static constexpr uint16_t QEL_NGMVPN_MATCH_ORIGI_IP_LEN = 4;
 
-static const QEL_NGMVPN_KEY_AT_S *QEL_NGMVPN_RouteKey_(const QEL_ROUTE_INFO_S *pstRoute)
-{
-    return reinterpret_cast<const QEL_NGMVPN_KEY_AT_S *>(pstRoute->pucKey);
-}
-
-/* Intra I-PMSI and S-PMSI A-D routes: the key types that differ in bit 0x2 alone. */
-static bool QEL_NGMVPN_IsPmsiAd_(uint32_t uiKeyType)
-{
-    return (uiKeyType & ~UINT32_C(2)) == QEL_NGMVPN_KEY_INTRA_IPMSI_AD;
-}
-
 /* The policy engine's prefix entry. */
 
 uint32_t QEL_NGMVPN_ConstructRtpEntry(const QEL_ROUTE_INFO_S *pstRoute, QEL_RTP_ENTRY_S *pstRtpEntry)
@@ -35,7 +27,7 @@ uint32_t QEL_NGMVPN_ConstructRtpEntry(const QEL_ROUTE_INFO_S *pstRoute, QEL_RTP_
     if (QEL_Missing(pstRoute) || QEL_Missing(pstRoute->pucKey) || QEL_Missing(pstRtpEntry)) {
         return QEL_ERR_NULL;
     }
-    const QEL_NGMVPN_KEY_AT_S *pstKey = QEL_NGMVPN_RouteKey_(pstRoute);
+    const QEL_NGMVPN_KEY_AT_S *pstKey = QEL_NGMVPN_KeyOf_(pstRoute);
     if (pstKey->uiKeyType != QEL_NGMVPN_KEY_INTRA_IPMSI_AD) {
         pstRtpEntry->usRtpFlags |= QEL_NGMVPN_RTP_NO_PREFIX;
         return QEL_OK;
@@ -70,7 +62,7 @@ uint32_t QEL_NGMVPN_CalcRtpMatchTlvLen(const QEL_ROUTE_INFO_S *pstRoute, uint32_
         return QEL_ERR_NULL;
     }
     uint32_t uiWanted = uiMatchMask;
-    if (!QEL_NGMVPN_IsPmsiAd_(QEL_NGMVPN_RouteKey_(pstRoute)->uiKeyType)) {
+    if (!QEL_NGMVPN_IsPmsiAd_(QEL_NGMVPN_KeyOf_(pstRoute)->uiKeyType)) {
         uiWanted &= QEL_NGMVPN_MATCH_RD | QEL_NGMVPN_MATCH_EXTCOMM;
     }
     /* kept: a missing list empties the whole match, the RD's part too: so the engine learns that nothing can match */
@@ -175,8 +167,8 @@ uint32_t QEL_NGMVPN_ConstructMatchRd(const QEL_ROUTE_INFO_S *pstRoute, uint8_t *
     return QEL_OK;
 }
 
-uint32_t QEL_NGMVPN_ConstructMatchExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor,
-                                               uint32_t *puiRemain, QEL_FAMILY_CTX_S *pstCtx)
+QEL_HOT_PATH uint32_t QEL_NGMVPN_ConstructMatchExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor,
+                                                            uint32_t *puiRemain, QEL_FAMILY_CTX_S *pstCtx)
 {
     if (QEL_NGMVPN_MatchArgsMissing_(pstRoute, ppucCursor, puiRemain, pstCtx)) {
         return QEL_ERR_NULL;
@@ -210,7 +202,7 @@ uint32_t QEL_NGMVPN_ConstructMatchSnhExtCommunity(const QEL_ROUTE_INFO_S *pstRou
     if (QEL_NGMVPN_MatchArgsMissing_(pstRoute, ppucCursor, puiRemain, pstCtx) || QEL_Missing(pstRoute->pucKey)) {
         return QEL_ERR_NULL;
     }
-    const uint32_t uiKeyType = QEL_NGMVPN_RouteKey_(pstRoute)->uiKeyType;
+    const uint32_t uiKeyType = QEL_NGMVPN_KeyOf_(pstRoute)->uiKeyType;
     if (!QEL_NGMVPN_IsPmsiAd_(uiKeyType)) {
         return QEL_OK;
     }
@@ -224,7 +216,7 @@ uint32_t QEL_NGMVPN_ConstructMatchMvpnType(const QEL_ROUTE_INFO_S *pstRoute, uin
     if (QEL_NGMVPN_MatchArgsMissing_(pstRoute, ppucCursor, puiRemain, pstCtx) || QEL_Missing(pstRoute->pucKey)) {
         return QEL_ERR_NULL;
     }
-    const uint32_t uiKeyType = QEL_NGMVPN_RouteKey_(pstRoute)->uiKeyType;
+    const uint32_t uiKeyType = QEL_NGMVPN_KeyOf_(pstRoute)->uiKeyType;
     if (!QEL_NGMVPN_IsPmsiAd_(uiKeyType)) {
         return QEL_OK;
     }
@@ -244,7 +236,7 @@ uint32_t QEL_NGMVPN_ConstructMatchOrigiIp(const QEL_ROUTE_INFO_S *pstRoute, uint
     if (QEL_NGMVPN_MatchArgsMissing_(pstRoute, ppucCursor, puiRemain, pstCtx) || QEL_Missing(pstRoute->pucKey)) {
         return QEL_ERR_NULL;
     }
-    const QEL_NGMVPN_KEY_AT_S *pstKey = QEL_NGMVPN_RouteKey_(pstRoute);
+    const QEL_NGMVPN_KEY_AT_S *pstKey = QEL_NGMVPN_KeyOf_(pstRoute);
     if (!QEL_NGMVPN_IsPmsiAd_(pstKey->uiKeyType)) {
         return QEL_OK;
     }
@@ -460,8 +452,9 @@ static uint32_t QEL_NGMVPN_OutputNewList_(QEL_NGMVPN_NEW_LIST_S *pstNew, QEL_ROU
     return QEL_NGMVPN_OutputData(ppstResult, &stView, pstCtx->uiMemHandle);
 }
 
-uint32_t QEL_NGMVPN_ApplyExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiActionType, const uint8_t *pucValue,
-                                      uint32_t uiValueLen, QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
+QEL_HOT_PATH uint32_t QEL_NGMVPN_ApplyExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiActionType,
+                                                   const uint8_t *pucValue, uint32_t uiValueLen,
+                                                   QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
 {
     if (QEL_Missing(pstRoute) || QEL_Missing(pucValue) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
@@ -483,4 +476,308 @@ uint32_t QEL_NGMVPN_ApplyExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint32_t
     uiRet = QEL_NGMVPN_OutputNewList_(&stNew, ppstResult, pstCtx);
     QEL_NGMVPN_FreeTempValue(&stNew.pucApply, pstCtx);
     return uiRet;
+}
+
+/* Attributes of an outgoing route. */
+
+/* The community list that goes out. */
+typedef struct {
+    const uint8_t *pucList;
+    uint16_t usLen;
+    uint8_t *pucCopy; /* the list's memory where it is not the route's own, from the memory handle */
+} QEL_NGMVPN_OUT_LIST_S;
+
+/* Step: the list without the elements that do not go to the peer, as a block. */
+static uint32_t QEL_NGMVPN_OutputAllowed_(const QEL_NGMVPN_OUT_LIST_S *pstList, uint32_t uiCtrlFlag,
+                                          QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
+{
+    static constexpr uint8_t ucNonTransitive = 0x40;
+    const uint32_t uiLen = pstList->usLen;
+    auto *pucOut = static_cast<uint8_t *>(ZVK_SimpleAlloc_F(pstCtx->uiMemHandle, uiLen, __FILE__, __LINE__));
+    if (QEL_Missing(pucOut)) {
+        return QEL_ERR_MEMORY;
+    }
+    QEL_Clear(pucOut, uiLen, uiLen);
+    const bool bDrop = (uiCtrlFlag & QEL_NGMVPN_CTRL_DROP_NON_TRANSITIVE) != 0;
+    uint32_t uiOutLen = 0;
+    for (uint32_t uiAt = 0; uiLen - uiAt >= QEL_NGMVPN_EXTCOMM_LEN; uiAt += QEL_NGMVPN_EXTCOMM_LEN) {
+        const uint8_t *pucElement = pstList->pucList + uiAt;
+        if (!bDrop || (pucElement[1] & ucNonTransitive) == 0) {
+            QEL_Copy(pucOut + uiOutLen, uiLen - uiOutLen, pucElement, QEL_NGMVPN_EXTCOMM_LEN);
+            uiOutLen += QEL_NGMVPN_EXTCOMM_LEN;
+        }
+    }
+    QEL_ROUTE_VIEW_S stView = {};
+    stView.ucAttrFlag = QEL_ATTR_FLAG_EXTCOMM;
+    stView.ucAttrType = QEL_ATTR_TYPE_EXTCOMM;
+    stView.usAttrLen = static_cast<uint16_t>(uiOutLen);
+    stView.pucAttr = pucOut;
+    const uint32_t uiRet = QEL_NGMVPN_OutputData(ppstResult, &stView, pstCtx->uiMemHandle);
+    ZVK_Free_F(pucOut, __FILE__, __LINE__);
+    return uiRet;
+}
+
+/* Step: the list of a route without record that holds a Segmented Next-Hop; false if nothing goes out. */
+static bool QEL_NGMVPN_DropSnhForEbgp_(QEL_NGMVPN_OUT_LIST_S *pstList, uint32_t uiCtrlFlag, QEL_FAMILY_CTX_S *pstCtx)
+{
+    uint16_t usLeft = 0;
+    if (QEL_NGMVPN_ProcExtCommunityEbgpPeer(pstList->pucList, pstList->usLen, uiCtrlFlag, &pstList->pucCopy, &usLeft,
+                                            pstCtx) != QEL_OK) {
+        /* kept: without memory the attribute goes out of the update, and nobody but the log hears of it */
+        QEL_NGMVPN_Debug(pstCtx, __LINE__, "QEL_NGMVPN_SetExtCommunity Err.");
+        return false;
+    }
+    if (pstList->pucCopy != nullptr && usLeft == 0) {
+        /* kept: "replace" in a removal; operators search their logs for the words as they are */
+        QEL_NGMVPN_Debug(pstCtx, __LINE__, "QEL_NGMVPN_SetExtCommunity after replace SNH, no extcomm.");
+        return false;
+    }
+    if (pstList->pucCopy != nullptr) {
+        QEL_NGMVPN_Debug(pstCtx, __LINE__, "QEL_NGMVPN_SetExtCommunity remove SNH, ebgpflag(0x%x).", uiCtrlFlag);
+        pstList->pucList = pstList->pucCopy;
+        pstList->usLen = usLeft;
+    }
+    QEL_NGMVPN_Debug(pstCtx, __LINE__, "QEL_NGMVPN_SetExtCommunity after ebgp proc.");
+    return true;
+}
+
+uint32_t QEL_NGMVPN_SetExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiCtrlFlag,
+                                    QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    if (pstRoute->pucExtComm == nullptr) {
+        *ppstResult = nullptr;
+        return QEL_OK;
+    }
+    QEL_NGMVPN_OUT_LIST_S stList = {pstRoute->pucExtComm, static_cast<uint16_t>(pstRoute->uiExtCommLen), nullptr};
+    QEL_NGMVPN_Debug(pstCtx, __LINE__, "QEL_NGMVPN_SetExtCommunity input uiCtrl: 0x%x", uiCtrlFlag);
+    bool bGoesOut = true;
+    /* kept: a route with a record keeps a Segmented Next-Hop towards an EBGP peer, replaced or not; the record says
+     * that this router stitches the tunnel */
+    if (pstRoute->pstImportAttr != nullptr) {
+        const uint32_t uiRet =
+            QEL_NGMVPN_ReplaceSnhExtComm(pstRoute, stList.pucList, stList.usLen, &stList.pucCopy, pstCtx);
+        if (uiRet != QEL_OK) {
+            QEL_Report(uiRet);
+            return QEL_ERR_MEMORY;
+        }
+        stList.pucList = stList.pucCopy != nullptr ? stList.pucCopy : stList.pucList;
+    } else if (QEL_NGMVPN_CheckSnhExist(pstRoute) == 1) {
+        bGoesOut = QEL_NGMVPN_DropSnhForEbgp_(&stList, uiCtrlFlag, pstCtx);
+    }
+    uint32_t uiRet = QEL_OK;
+    if (bGoesOut) {
+        uiRet = QEL_NGMVPN_OutputAllowed_(&stList, uiCtrlFlag, ppstResult, pstCtx);
+    } else {
+        *ppstResult = nullptr;
+    }
+    if (stList.pucCopy != nullptr) {
+        ZVK_Free_F(stList.pucCopy, __FILE__, __LINE__);
+    }
+    return uiRet;
+}
+
+/* A value that has neither flag nor type, as a block. */
+static uint32_t QEL_NGMVPN_OutputBare_(const void *pvValue, uint16_t usLen, QEL_ROUTE_BLOCK_S **ppstResult,
+                                       const QEL_FAMILY_CTX_S *pstCtx)
+{
+    QEL_ROUTE_VIEW_S stView = {};
+    stView.usAttrLen = usLen;
+    stView.pucAttr = QEL_Bytes(pvValue);
+    return QEL_NGMVPN_OutputData(ppstResult, &stView, pstCtx->uiMemHandle);
+}
+
+/* The route's non-key if its type and user data fields are valid, else null. */
+static const QEL_NGMVPN_NONKEY_AT_S *QEL_NGMVPN_UserDataOf_(const QEL_ROUTE_INFO_S *pstRoute)
+{
+    static constexpr uint16_t usWanted = QEL_NGMVPN_NONKEY_TYPE | QEL_NGMVPN_NONKEY_USER_DATA;
+    if ((pstRoute->uiValidMask & QEL_SECTION_NONKEY) == 0 || pstRoute->pucNonKey == nullptr) {
+        return nullptr;
+    }
+    const QEL_NGMVPN_NONKEY_AT_S *pstNonKey = reinterpret_cast<const QEL_NGMVPN_NONKEY_AT_S *>(pstRoute->pucNonKey);
+    return (pstNonKey->usFlags & usWanted) == usWanted ? pstNonKey : nullptr;
+}
+
+uint32_t QEL_NGMVPN_SetNexthop(const QEL_ROUTE_INFO_S *pstRoute, uint32_t /* uiCtrlFlag */,
+                               QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
+{
+    static constexpr uint16_t usIpv4Len = sizeof(uint32_t);
+    uint8_t aucAddr[sizeof(QEL_ADDR_S)] = {};
+    if (QEL_Missing(pstRoute) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    *ppstResult = nullptr;
+    const QEL_NGMVPN_NONKEY_AT_S *pstNonKey = QEL_NGMVPN_UserDataOf_(pstRoute);
+    if (pstNonKey == nullptr ||
+        (pstNonKey->usUserAddrLen != usIpv4Len && pstNonKey->usUserAddrLen != sizeof(aucAddr))) {
+        return QEL_OK;
+    }
+    QEL_Copy(aucAddr, sizeof(aucAddr), &pstNonKey->stUserAddr, pstNonKey->usUserAddrLen);
+    /* kept: 16 bytes for an IPv4 address too, zeros behind it; hosts tell the two apart by the zeros */
+    return QEL_NGMVPN_OutputBare_(aucAddr, sizeof(aucAddr), ppstResult, pstCtx);
+}
+
+uint32_t QEL_NGMVPN_SetCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint32_t /* uiCtrlFlag */,
+                                 QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
+{
+    static constexpr uint32_t uiMayBeExported = 1;
+    static constexpr uint32_t uiNoExport = 0xFFFFFF01;
+    if (QEL_Missing(pstRoute) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    const QEL_NGMVPN_NONKEY_AT_S *pstNonKey = QEL_NGMVPN_UserDataOf_(pstRoute);
+    if (pstNonKey == nullptr || pstNonKey->uiUserValue == uiMayBeExported) {
+        *ppstResult = nullptr;
+        return QEL_OK;
+    }
+    return QEL_NGMVPN_OutputBare_(&uiNoExport, sizeof(uiNoExport), ppstResult, pstCtx);
+}
+
+uint32_t QEL_NGMVPN_GetExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucList, uint32_t *puiCount,
+                                    QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(ppucList) || QEL_Missing(puiCount) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    if (pstRoute->pucExtComm == nullptr) {
+        *ppucList = nullptr;
+        *puiCount = 0;
+        return QEL_OK;
+    }
+    const uint32_t uiLen = pstRoute->uiExtCommLen;
+    auto *pucList = static_cast<uint8_t *>(ZVK_SimpleAlloc_F(pstCtx->uiMemHandle, uiLen, __FILE__, __LINE__));
+    if (QEL_Missing(pucList)) {
+        return QEL_ERR_MEMORY;
+    }
+    QEL_Copy(pucList, uiLen, pstRoute->pucExtComm, uiLen);
+    *ppucList = pucList;
+    *puiCount = uiLen / QEL_NGMVPN_EXTCOMM_LEN;
+    return QEL_OK;
+}
+
+/* User data of next-hop lookups. */
+
+static constexpr uint32_t QEL_NGMVPN_NHP_ADDR_LEN = sizeof(QEL_ADDR_S);
+static_assert(QEL_NGMVPN_NHP_ADDR_AT + QEL_NGMVPN_NHP_ADDR_LEN == QEL_NGMVPN_NHP_DATA_LEN);
+
+static void QEL_NGMVPN_PutNhpRd_(uint8_t *pucData, const QEL_NGMVPN_KEY_AT_S *pstKey)
+{
+    QEL_Copy(pucData + QEL_NGMVPN_NHP_RD_AT, sizeof(QEL_RD_VALUE_S), &pstKey->stRd, sizeof(QEL_RD_VALUE_S));
+}
+
+void QEL_NGMVPN_GetCmcastNhpUserDataForIntraAd(uint8_t *pucData, const QEL_NGMVPN_KEY_AT_S *pstKey)
+{
+    if (QEL_Missing(pucData) || QEL_Missing(pstKey)) {
+        return;
+    }
+    const QEL_ADDR_AT_S *pstOrigAddr = &pstKey->uKey.stIntraIpmsiAd.stOrigAddr;
+    QEL_NGMVPN_PutNhpRd_(pucData, pstKey);
+    if (pstKey->uKey.stIntraIpmsiAd.ucOrigAddrLen == QEL_NGMVPN_ADDR_LEN_IPV4) {
+        QEL_Store32(pucData, QEL_NGMVPN_NHP_IPV4);
+        QEL_Store32(pucData + QEL_NGMVPN_NHP_ADDR_AT, pstOrigAddr->uiIpv4);
+        return;
+    }
+    QEL_Store32(pucData, QEL_NGMVPN_NHP_IPV6);
+    QEL_Copy(pucData + QEL_NGMVPN_NHP_ADDR_AT, QEL_NGMVPN_NHP_ADDR_LEN, pstOrigAddr, sizeof(*pstOrigAddr));
+}
+
+uint32_t QEL_NGMVPN_IsGtmBierV6CmcastDualRoot(const QEL_NGMVPN_KEY_AT_S *pstKey, const QEL_ROUTE_INFO_S *pstRoute)
+{
+    static constexpr QEL_RD_VALUE_S stGtmRd = {};
+    if (QEL_Missing(pstKey) || QEL_Missing(pstRoute)) {
+        return QEL_ERR_NULL;
+    }
+    if (QEL_NGMVPN_CmpRd(&pstKey->stRd, sizeof(stGtmRd), &stGtmRd, sizeof(stGtmRd)) != QEL_CMP_EQUAL) {
+        return 0;
+    }
+    return pstRoute->uiIpv6ExtCommLen > sizeof(QEL_IPV6_EXTCOMM_S) ? 1 : 0;
+}
+
+void QEL_NGMVPN_GetCmcastNhpUserDataForCmcast(uint8_t *pucData, const QEL_NGMVPN_KEY_AT_S *pstKey,
+                                              const QEL_ROUTE_INFO_S *pstRoute)
+{
+    if (QEL_Missing(pucData) || QEL_Missing(pstKey) || QEL_Missing(pstRoute)) {
+        return;
+    }
+    QEL_NGMVPN_PutNhpRd_(pucData, pstKey);
+    if (pstRoute->pucIpv6ExtComm == nullptr) {
+        /* kept: the source AS stands where the address would, so the lookup takes it for one */
+        QEL_Store32(pucData, QEL_NGMVPN_NHP_IPV4);
+        QEL_Store32(pucData + QEL_NGMVPN_NHP_ADDR_AT, pstKey->uKey.stCMulticastRoute.uiSourceAs);
+        return;
+    }
+    /* kept: a dual root gives zeros, the RD's bytes too, and not a failure: no single next hop */
+    if (QEL_NGMVPN_IsGtmBierV6CmcastDualRoot(pstKey, pstRoute) == 1) {
+        QEL_Clear(pucData, QEL_NGMVPN_NHP_DATA_LEN, QEL_NGMVPN_NHP_DATA_LEN);
+        return;
+    }
+    const auto *pstElement = reinterpret_cast<const QEL_IPV6_EXTCOMM_S *>(pstRoute->pucIpv6ExtComm);
+    QEL_Store32(pucData, QEL_NGMVPN_NHP_IPV6);
+    for (uint32_t i = 0; i < sizeof(pstElement->auiAddr) / sizeof(uint32_t); i++) {
+        QEL_StoreBe32(pucData + QEL_NGMVPN_NHP_ADDR_AT + i * sizeof(uint32_t), pstElement->auiAddr[i]);
+    }
+}
+
+uint32_t QEL_NGMVPN_GetCmcastNhpUserData(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucData, uint32_t *puiLen,
+                                         QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(ppucData) || QEL_Missing(puiLen) || QEL_Missing(pstCtx) ||
+        QEL_Missing(pstRoute->pucKey)) {
+        return QEL_ERR_NULL;
+    }
+    *ppucData = nullptr;
+    *puiLen = 0;
+    const QEL_NGMVPN_KEY_AT_S *pstKey = QEL_NGMVPN_KeyOf_(pstRoute);
+    const bool bIntra = pstKey->uiKeyType == QEL_NGMVPN_KEY_INTRA_IPMSI_AD;
+    if (!bIntra && pstKey->uiKeyType != QEL_NGMVPN_KEY_SHARED_TREE_JOIN &&
+        pstKey->uiKeyType != QEL_NGMVPN_KEY_SOURCE_TREE_JOIN) {
+        return QEL_OK;
+    }
+    auto *pucData =
+        static_cast<uint8_t *>(ZVK_SimpleAlloc_F(pstCtx->uiMemHandle, QEL_NGMVPN_NHP_DATA_LEN, __FILE__, __LINE__));
+    if (QEL_Missing(pucData)) {
+        return QEL_ERR_MEMORY;
+    }
+    QEL_Clear(pucData, QEL_NGMVPN_NHP_DATA_LEN, QEL_NGMVPN_NHP_DATA_LEN);
+    if (bIntra) {
+        QEL_NGMVPN_GetCmcastNhpUserDataForIntraAd(pucData, pstKey);
+    } else {
+        QEL_NGMVPN_GetCmcastNhpUserDataForCmcast(pucData, pstKey, pstRoute);
+    }
+    *ppucData = pucData;
+    *puiLen = QEL_NGMVPN_NHP_DATA_LEN;
+    return QEL_OK;
+}
+
+uint32_t QEL_NGMVPN_GetIntraNlriKeyByUserData(const uint8_t *pucData, uint32_t uiLen, QEL_ROUTE_BLOCK_S **ppstResult,
+                                              QEL_FAMILY_CTX_S *pstCtx)
+{
+    QEL_NGMVPN_KEY_S stKey = {};
+    QEL_ROUTE_VIEW_S stView = {};
+    if (QEL_Missing(pucData) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx)) {
+        return QEL_ERR_NULL;
+    }
+    /* kept: the very length that QEL_NGMVPN_GetCmcastNhpUserData produces is refused; hosts pass another one */
+    if (uiLen == QEL_NGMVPN_NHP_DATA_LEN) {
+        QEL_Report(uiLen);
+        return QEL_ERR_NULL;
+    }
+    *ppstResult = nullptr;
+    const uint8_t ucKind = pucData[0];
+    if (ucKind > QEL_NGMVPN_NHP_IPV6) {
+        return QEL_OK;
+    }
+    /* kept: the RD goes into its section alone; the key's own stays zero, so that it counts in no compare of keys */
+    stKey.uiKeyType = QEL_NGMVPN_KEY_INTRA_IPMSI_AD;
+    const bool bIpv4 = ucKind == QEL_NGMVPN_NHP_IPV4;
+    stKey.uKey.stIntraIpmsiAd.ucOrigAddrLen = bIpv4 ? QEL_NGMVPN_ADDR_LEN_IPV4 : QEL_NGMVPN_ADDR_LEN_IPV6;
+    QEL_Copy(&stKey.uKey.stIntraIpmsiAd.stOrigAddr, QEL_NGMVPN_NHP_ADDR_LEN, pucData + QEL_NGMVPN_NHP_ADDR_AT,
+             bIpv4 ? sizeof(uint32_t) : QEL_NGMVPN_NHP_ADDR_LEN);
+    stView.uiRdLen = sizeof(QEL_RD_VALUE_S);
+    stView.pucRd = pucData + QEL_NGMVPN_NHP_RD_AT;
+    stView.uiKeyLen = sizeof(stKey);
+    stView.pucKey = QEL_Bytes(&stKey);
+    return QEL_NGMVPN_OutputData(ppstResult, &stView, pstCtx->uiMemHandle);
 }

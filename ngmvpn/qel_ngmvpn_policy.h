@@ -1,4 +1,5 @@
-/* Routing policy of the NG-MVPN family: what the policy engine matches on, and the actions on the community list. */
+/* Routing policy of the NG-MVPN family: what the policy engine matches on, the actions on the community list, the
+ * values that a route's attributes go out with, and the user data of next-hop lookups. */
 #ifndef QEL_NGMVPN_POLICY_H
 #define QEL_NGMVPN_POLICY_H
 
@@ -89,6 +90,49 @@ void QEL_NGMVPN_GetExtCommAttrExcludeRT(const uint8_t *pucExtComm, uint16_t usCo
 uint32_t QEL_NGMVPN_InitApplyExtComm(uint8_t **ppucApply, uint32_t uiLen, QEL_FAMILY_CTX_S *pstCtx);
 /* Gives a buffer back and sets *ppucValue to null; one that is null already is left as it is, without report. */
 void QEL_NGMVPN_FreeTempValue(uint8_t **ppucValue, QEL_FAMILY_CTX_S *pstCtx);
+
+/* Handlers of pfSetAttr. A route without the value stores null and gives QEL_OK. */
+/* Attribute 16: the community list, host order. The Segmented Next-Hop is replaced on a route with an import attribute
+ * record, removed towards an EBGP peer on one without; a list that it leaves empty stores null. With
+ * QEL_NGMVPN_CTRL_DROP_NON_TRANSITIVE the non-transitive elements are left out; a list that this leaves empty gives
+ * QEL_ERR_NULL. QEL_ERR_MEMORY also for a list in which there is no Segmented Next-Hop to replace. */
+uint32_t QEL_NGMVPN_SetExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiCtrlFlag,
+                                    QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx);
+/* Attribute 3: 16 bytes, the user address of the non-key; an IPv4 one, host order, in the first four. */
+uint32_t QEL_NGMVPN_SetNexthop(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiCtrlFlag, QEL_ROUTE_BLOCK_S **ppstResult,
+                               QEL_FAMILY_CTX_S *pstCtx);
+/* Attribute 8: the one community NO_EXPORT (RFC 1997), host order, unless the non-key's user value is 1. */
+uint32_t QEL_NGMVPN_SetCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiCtrlFlag, QEL_ROUTE_BLOCK_S **ppstResult,
+                                 QEL_FAMILY_CTX_S *pstCtx);
+
+/* The family's pfGetExtCommunity. No list: null and 0. QEL_ERR_MEMORY leaves both outputs alone. */
+uint32_t QEL_NGMVPN_GetExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucList, uint32_t *puiCount,
+                                    QEL_FAMILY_CTX_S *pstCtx);
+
+/* User data of a next-hop lookup, 28 bytes: kind (32 bits, host order), the key's RD as it stands, address. */
+#define QEL_NGMVPN_NHP_DATA_LEN 28
+#define QEL_NGMVPN_NHP_RD_AT 4
+#define QEL_NGMVPN_NHP_ADDR_AT 12
+#define QEL_NGMVPN_NHP_IPV4 UINT32_C(0)
+#define QEL_NGMVPN_NHP_IPV6 UINT32_C(1)
+
+/* The family's pfGetCmcastNhpUserData, for key types 1, 7 and 8; null and 0 for the others and on QEL_ERR_MEMORY. */
+uint32_t QEL_NGMVPN_GetCmcastNhpUserData(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucData, uint32_t *puiLen,
+                                         QEL_FAMILY_CTX_S *pstCtx);
+/* Steps: fill the cleared 28 bytes at pucData. An Intra I-PMSI A-D route: its originator. */
+void QEL_NGMVPN_GetCmcastNhpUserDataForIntraAd(uint8_t *pucData, const QEL_NGMVPN_KEY_AT_S *pstKey);
+/* A C-multicast route: without IPv6 communities the source AS of its key, else the address of the first IPv6 community
+ * in wire order; all zero for a dual root. */
+void QEL_NGMVPN_GetCmcastNhpUserDataForCmcast(uint8_t *pucData, const QEL_NGMVPN_KEY_AT_S *pstKey,
+                                              const QEL_ROUTE_INFO_S *pstRoute);
+/* 1 for a global table route (RD of zeros) with more than one IPv6 community, else 0. */
+uint32_t QEL_NGMVPN_IsGtmBierV6CmcastDualRoot(const QEL_NGMVPN_KEY_AT_S *pstKey, const QEL_ROUTE_INFO_S *pstRoute);
+
+/* The family's pfGetIntraNlriKeyByUserData: a block of RD and Intra I-PMSI A-D key. A kind octet above 1 stores null
+ * and gives QEL_OK. uiLen QEL_NGMVPN_NHP_DATA_LEN is reported, QEL_ERR_NULL; any other is not looked at, 28 bytes are
+ * read. */
+uint32_t QEL_NGMVPN_GetIntraNlriKeyByUserData(const uint8_t *pucData, uint32_t uiLen, QEL_ROUTE_BLOCK_S **ppstResult,
+                                              QEL_FAMILY_CTX_S *pstCtx);
 
 QEL_EXTERN_C_END
 

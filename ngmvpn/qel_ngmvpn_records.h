@@ -41,6 +41,9 @@ QEL_EXTERN_C_BEGIN
 #define QEL_NGMVPN_ADDR_LEN_IPV4 UINT8_C(32)
 #define QEL_NGMVPN_ADDR_LEN_IPV6 UINT8_C(128)
 
+/* Sub-type octet of the Segmented Next-Hop community (RFC 7524), the first octet of an element in memory. */
+#define QEL_NGMVPN_SUBTYPE_SNH UINT8_C(18)
+
 /* The key section. The union overlays the fields of the key types. */
 typedef struct {
     uint32_t uiKeyType;

@@ -13,6 +13,13 @@ typedef struct {
 } QEL_VPNV4MCAST_KEY_S;
 QEL_ASSERT_SIZE(QEL_VPNV4MCAST_KEY_S, 8);
 QEL_ASSERT_OFFSET(QEL_VPNV4MCAST_KEY_S, uiMaskLen, 4);
+/* The same where it lies in a section. */
+QEL_AT_ANY_ADDRESS(QEL_VPNV4MCAST_KEY_S, QEL_VPNV4MCAST_KEY_AT_S);
+
+/* uiMaskLen of a key that compares equal to its prefix with any length. */
+#define QEL_VPNV4MCAST_ANY_LENGTH UINT32_C(0xFFFFFFFF)
+/* The label section of a route whose wire label has all its twenty bits set. */
+#define QEL_VPNV4MCAST_NO_LABEL UINT32_C(0xFFFFFFFF)
 
 /* A caller's list of a route's sections. This family has a label section where the others have the non-key. */
 typedef struct {

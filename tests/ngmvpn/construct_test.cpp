@@ -3,6 +3,7 @@
 #include "ngmvpn/qel_ngmvpn_cross.h"
 #include "ngmvpn/qel_ngmvpn_nlri.h"
 #include "ngmvpn/qel_ngmvpn_policy.h"
+#include "ngmvpn/qel_ngmvpn_segment_policy.h"
 #include "ngmvpn/qel_ngmvpn_util.h"
 
 #include "construct_contract.h"

@@ -2,6 +2,8 @@
 #include "ngmvpn/qel_ngmvpn.h"
 #include "ngmvpn/qel_ngmvpn_dfx.h"
 #include "ngmvpn/qel_ngmvpn_nlri.h"
+#include "ngmvpn/qel_ngmvpn_policy.h"
+#include "ngmvpn/qel_ngmvpn_segment_policy.h"
 
 #include "dispatch_contract.h"
 
@@ -99,6 +101,16 @@ TEST_F(NgmvpnDispatch, LookupsFindTheRowsOfTheirTables)
     expect_lookup(g_astQelNgmvpnPktFormatTbl, QEL_NGMVPN_GetPktFormatEntry);
     expect_lookup(g_astQelNgmvpnCmpDataTbl, QEL_NGMVPN_GetDataCmpEntry);
     expect_lookup(g_astQelNgmvpnCmpAttrDataTbl, QEL_NGMVPN_GetDataCmpAttrEntry);
+    expect_lookup(g_astQelNgmvpnMsgParseTbl, QEL_NGMVPN_GetBgpiMsgParseEntry);
+    expect_lookup(g_astQelNgmvpnMsgFormatTbl, QEL_NGMVPN_GetBgpiMsgFormatEntry);
+    expect_lookup(g_astQelNgmvpnHaMsgParseTbl, QEL_NGMVPN_GetHaiMsgParseEntry);
+    expect_lookup(g_astQelNgmvpnHaMsgFormatTbl, QEL_NGMVPN_GetHaiMsgFormatEntry);
+    expect_lookup(g_astQelNgmvpnAttrMsgParseTbl, QEL_NGMVPN_GetAttrMsgParseEntry);
+    expect_lookup(g_astQelNgmvpnAttrMsgFormatTbl, QEL_NGMVPN_GetAttrMsgFormatEntry);
+    expect_lookup(g_astQelNgmvpnErtMsgParseTbl, QEL_NGMVPN_GetErtMsgParseEntry);
+    expect_lookup(g_astQelNgmvpnParseRoutePathTbl, QEL_NGMVPN_GetParseMcRoutePathEntry);
+    expect_lookup(g_astQelNgmvpnSetAttrTbl, QEL_NGMVPN_GetAttrSetEntry);
+    expect_lookup(g_astQelNgmvpnApplyActionTbl, QEL_NGMVPN_GetApplyActionEntry);
 }
 
 TEST_F(NgmvpnDispatch, NoLookupFindsATypeThatNoTableHas)
@@ -148,6 +160,29 @@ TEST_F(NgmvpnDispatch, RoutesAndComparesHaveTheirHandlers)
         ASSERT_NE(row(g_astQelNgmvpnCmpAttrDataTbl, c.type), nullptr) << c.type;
         EXPECT_EQ(row(g_astQelNgmvpnCmpAttrDataTbl, c.type)->pfCmpDataForAttrType, c.attr) << c.type;
     }
+}
+
+TEST_F(NgmvpnDispatch, OutgoingAttributesAndActionsHaveTheirHandlers)
+{
+    const struct {
+        std::uint32_t type;
+        decltype(QEL_DISPATCH_ENTRY_S::pfSetAttr) handler;
+    } attributes[] = {
+        {16, QEL_NGMVPN_SetExtCommunity},
+        {3, QEL_NGMVPN_SetNexthop},
+        {8, QEL_NGMVPN_SetCommunity},
+        {22, QEL_NGMVPN_SetPmsi},
+    };
+    for (const auto &a : attributes) {
+        ASSERT_NE(row(g_astQelNgmvpnSetAttrTbl, a.type), nullptr) << a.type;
+        EXPECT_EQ(row(g_astQelNgmvpnSetAttrTbl, a.type)->pfSetAttr, a.handler) << a.type;
+    }
+    for (const std::uint32_t type : {6U, 7U, 87U}) {
+        ASSERT_NE(row(g_astQelNgmvpnApplyActionTbl, type), nullptr) << type;
+        EXPECT_EQ(row(g_astQelNgmvpnApplyActionTbl, type)->pfApplyAction, QEL_NGMVPN_ApplyExtCommunity) << type;
+    }
+    ASSERT_NE(row(g_astQelNgmvpnApplyActionTbl, 61U), nullptr);
+    EXPECT_EQ(row(g_astQelNgmvpnApplyActionTbl, 61U)->pfApplyAction, QEL_NGMVPN_ApplyAttrRplInfo);
 }
 
 // 1: Intra-AS I-PMSI A-D, RD 0:100:1, originator 10.10.10.10

@@ -19,7 +19,8 @@ struct Vpnv4Mcast {
         {0x1, 8, 10}, {0x2, 12, 14}, {0x20, 20, 22}, {0x8, 24, 26}, {0x10, 28, 30}};
     static constexpr std::uint32_t kNothing = QEL_ERR_ARGUMENT; // kept: 2 here, 0x50002 in the other families
     static constexpr std::size_t kNoneReports = 0;              // kept: this family does not report it
-    static constexpr const char *kSource = "qel_vpnv4mcast.cpp";
+    static constexpr const char *kSource =
+        "vpnv4mcast/qel_vpnv4mcast"; // the cross step stands with the cross functions
     static void set_third(View &view, const std::uint8_t *data, std::uint32_t length)
     {
         view.pucLabel = data;
