@@ -1,5 +1,6 @@
 #include "host/attributes.h"
 
+#include "host/family_words.h"
 #include "ngmvpn/qel_ngmvpn_util.h"
 #include "qel_byteorder.h"
 #include "qel_codes.h"
@@ -84,13 +85,18 @@ bool UpdateAttributes::empty() const
     return (info().uiValidMask & QEL_SECTION_ATTR) == 0 && not_carried_.empty() && wire_.empty();
 }
 
-std::string_view UpdateAttributes::text(Shown what, std::size_t index)
+std::optional<AttributeView> UpdateAttributes::view() const
+{
+    return family_ != nullptr ? std::optional<AttributeView>(std::in_place, *family_, info()) : std::nullopt;
+}
+
+std::string_view AttributeView::text(Shown what, std::size_t index)
 {
     text_[0] = '\0';
     auto place = static_cast<std::uint32_t>(index);
     std::uint32_t more = 0;
     const std::uint32_t code =
-        family_->desc().pfData2Str(&info(), static_cast<std::uint32_t>(what), text_.data(),
+        family_->desc().pfData2Str(info_, static_cast<std::uint32_t>(what), text_.data(),
                                    static_cast<std::uint32_t>(text_.size() - 1), &place, &more, family_->ctx());
     return code == QEL_OK ? std::string_view(text_.data()) : std::string_view();
 }
@@ -107,12 +113,12 @@ std::size_t ipv6_community_count(const QEL_ROUTE_INFO_S &info)
 
 // The list is in host order, but for which octets of an unknown type that means only the family knows: it turns the
 // element back.
-Community community(const QEL_ROUTE_INFO_S &info, std::size_t index)
+Community AttributeView::community(std::size_t index) const
 {
-    auto element = record_at<QEL_EXTCOMM_S>(info.pucExtComm + index * sizeof(QEL_EXTCOMM_S), sizeof(QEL_EXTCOMM_S));
+    auto element = record_at<QEL_EXTCOMM_S>(info_->pucExtComm + index * sizeof(QEL_EXTCOMM_S), sizeof(QEL_EXTCOMM_S));
     Community out;
     out.type = element.usType;
-    QEL_NGMVPN_ConvertExtCommunityHTON(&element, 1);
+    family_words(family_->info().kind).to_wire(&element, 1);
     std::memcpy(out.octets.data(), element.aucValue, out.octets.size());
     const std::uint8_t *value = out.octets.data();
     switch ((out.type >> 8) & ~kNonTransitive) {

@@ -36,6 +36,33 @@ enum class Shown : std::uint32_t {
     msid = 1024,
 };
 
+// An extended community (RFC 4360). The values are the wire's, also where the family's list holds other ones.
+struct Community {
+    enum class Form : std::uint8_t { as2, ipv4, as4, other };
+
+    std::uint16_t type = 0; // Type and Sub-type
+    Form form = Form::other;
+    std::uint32_t global = 0; // AS number or address; of `other` nothing
+    std::uint32_t local = 0;
+    std::array<std::uint8_t, 6> octets{}; // the value
+};
+
+// What the attributes of an expanded route say. Made where it is needed; the family and the route have to stay.
+class AttributeView {
+public:
+    AttributeView(const Family &family, const QEL_ROUTE_INFO_S &info) : family_(&family), info_(&info) {}
+
+    const QEL_ROUTE_INFO_S &info() const { return *info_; }
+    // The text of one element as the family displays it, also where that is nothing. Holds until the next call.
+    std::string_view text(Shown what, std::size_t index = 0);
+    Community community(std::size_t index) const;
+
+private:
+    const Family *family_;
+    const QEL_ROUTE_INFO_S *info_;
+    std::array<char, 513> text_; // the family may write one octet behind the room that it is told of
+};
+
 // The attributes of one UPDATE. The announced routes come to stand beside them, one after the other.
 class UpdateAttributes {
 public:
@@ -48,34 +75,21 @@ public:
     void add_not_carried(const NotCarriedTunnel &tunnel) { not_carried_.push_back(tunnel); }
     void add_wire(const PathAttribute &attribute) { wire_.push_back(attribute); }
 
-    // The expanded route. add() of its own replaces the route and leaves the attributes.
-    Route &route() { return route_; }
     const QEL_ROUTE_INFO_S &info() const { return route_.info(); }
     const std::vector<NotCarriedTunnel> &not_carried() const { return not_carried_; }
+    // Nothing if no family displays them, and then there are none.
+    std::optional<AttributeView> view() const;
+    // Hands out the blocks and forgets them.
+    std::vector<BlockPtr> take_blocks() { return route_.take_blocks(); }
     // Every path attribute that was kept as it came.
     const std::vector<PathAttribute> &wire() const { return wire_; }
     bool empty() const;
-
-    // The text of one element as the family displays it, also where that is nothing. Holds until the next call.
-    std::string_view text(Shown what, std::size_t index = 0);
 
 private:
     const Family *family_ = nullptr;
     Route route_;
     std::vector<NotCarriedTunnel> not_carried_;
     std::vector<PathAttribute> wire_;
-    std::array<char, 513> text_{}; // the family may write one octet behind the room that it is told of
-};
-
-// An extended community (RFC 4360). The values are the wire's, also where the family's list holds other ones.
-struct Community {
-    enum class Form : std::uint8_t { as2, ipv4, as4, other };
-
-    std::uint16_t type = 0; // Type and Sub-type
-    Form form = Form::other;
-    std::uint32_t global = 0; // AS number or address; of `other` nothing
-    std::uint32_t local = 0;
-    std::array<std::uint8_t, 6> octets{}; // the value
 };
 
 // An IPv6 address specific extended community (RFC 5701).
@@ -100,7 +114,6 @@ struct Msid {
 
 std::size_t community_count(const QEL_ROUTE_INFO_S &info);
 std::size_t ipv6_community_count(const QEL_ROUTE_INFO_S &info);
-Community community(const QEL_ROUTE_INFO_S &info, std::size_t index);
 Ipv6Community ipv6_community(const QEL_ROUTE_INFO_S &info, std::size_t index);
 std::optional<QEL_NGMVPN_PMSI_TNL_S> pmsi_tunnel(const QEL_ROUTE_INFO_S &info);
 std::optional<PrefixSid> prefix_sid(const QEL_ROUTE_INFO_S &info);

@@ -1,5 +1,6 @@
 #include "host/decode.h"
 
+#include "host/family_words.h"
 #include "host/platform/platform.h"
 
 #include <fmt/compile.h>
@@ -9,12 +10,21 @@
 namespace qel::host {
 namespace {
 
-constexpr std::uint16_t kAfiIpv4 = 1;
-constexpr std::uint8_t kSafiMcastVpn = 5;
-
 bool is_mp(std::uint8_t attribute_type)
 {
     return attribute_type == kAttrMpReach || attribute_type == kAttrMpUnreach;
+}
+
+// Whether the family takes all of the octets for routes. Memory for these is another matter.
+bool fits(const Family &family, std::uint32_t nlri_type, Octets nlri)
+{
+    AttributeWalk walk(family, nlri_type, nlri);
+    for (WalkStep step; walk.next(step);) {
+        if (step.kind != WalkStep::Kind::block && step.kind != WalkStep::Kind::lost) {
+            return false;
+        }
+    }
+    return true;
 }
 
 } // namespace
@@ -33,7 +43,7 @@ Decoder::Decoder(DecodeOptions options, Output &out)
     }
     for (const FamilyInfo &info : known_families()) {
         if (info.decodable() && wanted(&info)) {
-            families_.emplace_back(info, options_.mem_handle);
+            families_.emplace_back(info, options_.mem_handle, options_.component);
         }
     }
 }
@@ -112,7 +122,7 @@ Decoder::Survey Decoder::survey(Octets attributes, std::size_t base, Carrier car
         }
     }
     if (!out.shown && carrier == Carrier::bare_attribute) {
-        out.owner = instance(*find_family(kAfiIpv4, kSafiMcastVpn)); // nothing tells which family it was meant for
+        out.owner = families_.empty() ? nullptr : &families_.front(); // nothing tells which family it was meant for
         out.attributes_shown = out.owner != nullptr;
     }
     return out;
@@ -169,12 +179,19 @@ void Decoder::read_attributes(const Survey &survey, Octets attributes, std::size
     for (const Trouble &trouble : attribute_troubles_) {
         renderer_->attribute_trouble(trouble);
     }
-    targets_match_ = options_.filter.accepts_targets(attributes_);
+    std::optional<AttributeView> view = attributes_.view();
+    targets_match_ = !options_.filter.route_target || (view && options_.filter.accepts_targets(*view));
+    attributes_owner_ = survey.owner;
+    shared_.reset();
+    if (options_.routes != nullptr && survey.attributes_shown) {
+        std::vector<BlockPtr> blocks = attributes_.take_blocks();
+        shared_ = blocks.empty() ? nullptr : std::make_shared<AttributeBlocks>(std::move(blocks));
+    }
 }
 
 void Decoder::end_update(const Survey &survey)
 {
-    bool keep = survey.shown || !attribute_troubles_.empty() || !attributes_.empty();
+    bool keep = survey.shown || !attribute_troubles_.empty() || !attributes_.empty() || shared_ != nullptr;
     if (options_.filter.active()) {
         keep = matched_ != 0;
         summary_.updates_without_match += survey.shown && !keep ? 1U : 0U;
@@ -183,11 +200,12 @@ void Decoder::end_update(const Survey &survey)
     summary_.updates_shown += keep ? 1U : 0U;
     renderer_->end_update(keep);
     attributes_.reset(nullptr);
+    shared_.reset();
 }
 
 void Decoder::decode_mp(const PathAttribute &attribute)
 {
-    const MpAttribute mp = split_mp(attribute);
+    MpAttribute mp = split_mp(attribute);
     const FamilyInfo *info = find_family(mp.afi, mp.safi);
     if (mp.malformed) {
         if (wanted(info) || (mp.afi == 0 && mp.safi == 0)) {
@@ -199,9 +217,11 @@ void Decoder::decode_mp(const PathAttribute &attribute)
         return;
     }
     const std::uint64_t matched_before = matched_;
+    const Family *family = instance(*info);
+    mp.labels = family != nullptr ? labels_of(*family, mp) : Labels::none_known;
     renderer_->begin_nlri(*info, mp);
     summary_.end_of_rib += is_end_of_rib(mp) ? 1U : 0U;
-    if (const Family *family = instance(*info)) {
+    if (family != nullptr) {
         decode_nlri(*family, mp);
     } else {
         ++summary_.not_decoded;
@@ -209,42 +229,70 @@ void Decoder::decode_mp(const PathAttribute &attribute)
     renderer_->end_nlri(!options_.filter.active() || matched_ != matched_before);
 }
 
+Labels Decoder::labels_of(const Family &family, const MpAttribute &mp) const
+{
+    if (family.info().kind != FamilyKind::vpnv4_mcast || mp.nlri.empty()) {
+        return Labels::none_known;
+    }
+    if (options_.labels != LabelChoice::automatic) {
+        return options_.labels == LabelChoice::with ? Labels::with : Labels::without;
+    }
+    const bool with = fits(family, mp.attribute, mp.nlri);
+    const bool without = fits(family, kNlriWithoutLabels, mp.nlri);
+    if (with == without) {
+        return with ? Labels::with_either : Labels::with_neither;
+    }
+    return with ? Labels::with : Labels::without;
+}
+
 void Decoder::decode_nlri(const Family &family, const MpAttribute &mp)
 {
-    AttributeWalk walk(family, mp.attribute, mp.nlri);
+    AttributeWalk walk(family, mp.nlri_type(), mp.nlri);
     for (WalkStep step; walk.next(step);) {
         if (step.kind == WalkStep::Kind::block) {
-            show_route(mp, step);
+            take_route(family, mp, step);
         } else {
             renderer_->trouble(note_trouble(step, mp.attribute, mp.nlri_offset));
         }
     }
 }
 
-// An announced route is expanded with the attributes of its UPDATE, a withdrawn one has none.
-void Decoder::show_route(const MpAttribute &mp, WalkStep &step)
+void Decoder::take_route(const Family &family, const MpAttribute &mp, WalkStep &step)
 {
     const std::size_t offset = mp.nlri_offset + step.offset;
-    std::optional<NgMvpnRoute> values;
-    if (is_announcement(mp)) {
-        attributes_.route().add(std::move(step.block));
-        values = ng_mvpn_route(attributes_.info());
-    } else {
-        values = ng_mvpn_route(Route(std::move(step.block)).info());
-    }
+    StoredRoute route(std::move(step.block));
+    const std::optional<RouteValues> values = family_words(family.info().kind).route(route.info());
     if (!values) {
         note_malformed({offset, "the family gave a route without a key"});
         return;
     }
-    Summary::RouteCount &count = summary_.routes[values->type];
+    Summary::RouteCount &count = summary_.routes[route_form(*values)];
     ++(is_announcement(mp) ? count.announced : count.withdrawn);
     if (matches(mp, *values)) {
         ++matched_;
         renderer_->route(offset, step.octets, *values);
+        give_route(family, mp, offset, std::move(route));
     }
 }
 
-bool Decoder::matches(const MpAttribute &mp, const NgMvpnRoute &route) const
+// An announced route has the attributes of its UPDATE, a withdrawn one has none.
+void Decoder::give_route(const Family &family, const MpAttribute &mp, std::size_t offset, StoredRoute route)
+{
+    if (options_.routes == nullptr || !options_.routes->takes(family.info().kind)) {
+        return;
+    }
+    options_.routes->place(*origin_, mp, offset);
+    if (!is_announcement(mp)) {
+        options_.routes->withdraw(family, route);
+        return;
+    }
+    if (&family == attributes_owner_) {
+        route.set_attributes(shared_);
+    }
+    options_.routes->announce(family, std::move(route));
+}
+
+bool Decoder::matches(const MpAttribute &mp, const RouteValues &route) const
 {
     const bool has_target = !options_.filter.route_target || (is_announcement(mp) && targets_match_);
     return has_target && options_.filter.accepts(route);
@@ -272,19 +320,11 @@ void Decoder::offer(const Family &family, const PathAttribute &attribute)
     }
 }
 
-void Decoder::add_place(const Origin &origin)
-{
-    append_visible(diagnostics_, origin.file);
-    if (origin.number != 0) {
-        fmt::format_to(fmt::appender(diagnostics_), FMT_COMPILE(": {} {}"), unit_name(origin.unit), origin.number);
-    }
-}
-
 // Counts the trouble and writes its line.
 Trouble Decoder::note_trouble(const WalkStep &step, std::uint8_t attribute, std::size_t base)
 {
     const Trouble trouble{step.kind, attribute, step.code, base + step.offset, step.octets};
-    add_place(*origin_);
+    append_place(diagnostics_, *origin_);
     fmt::format_to(fmt::appender(diagnostics_), FMT_COMPILE(", octet {}: "), trouble.offset);
     switch (step.kind) {
     case WalkStep::Kind::refused:
@@ -318,7 +358,7 @@ void Decoder::problem(const Origin &origin, std::string_view text)
 {
     ++summary_.problems;
     renderer_->problem(origin, text);
-    add_place(origin);
+    append_place(diagnostics_, origin);
     const bool on_line = origin.unit == Origin::Unit::line;
     if (origin.number != 0 && (!on_line || origin.offset != 0)) {
         fmt::format_to(fmt::appender(diagnostics_), FMT_COMPILE(", {} {}"), on_line ? "column" : "stream octet",

@@ -12,6 +12,16 @@ namespace qel::host {
 
 enum class FamilyKind : std::uint8_t { ng_mvpn, mdt, vpnv4_mcast };
 
+// The component of a router that an instance serves: the multicast VPN core, or the routing of the VPNs. What a Leaf
+// A-D route gives as cross value differs.
+enum class Component : std::uint8_t { mvpn, mvrf };
+
+// How a route's length stands in front of it.
+enum class Framing : std::uint8_t {
+    type_and_octets, // an octet of type, then the length in octets
+    bits,            // the length in bits
+};
+
 // One AFI and SAFI that the host knows.
 struct FamilyInfo {
     using Construct = QEL_FAMILY_CTX_S *(*)(QEL_FAMILY_DESC_S *, std::uint32_t);
@@ -22,8 +32,13 @@ struct FamilyInfo {
     std::uint8_t safi;
     std::string_view name;  // on the command line and in JSON: "ng-mvpn"
     std::string_view title; // for people: "IPv4 NG-MVPN"
-    Construct construct;    // null: the host only names this family
+    Construct construct;    // for Component::mvpn; null: the host only names this family
     Destruct destruct;
+    Construct construct_mvrf = nullptr; // null: the same for both components
+    Framing framing = Framing::type_and_octets;
+    bool rd_beside_key = false; // routes are told apart by RD and key; else the key holds the RD
+    // Keys that fit several routes: tables are searched with them, and never hold them. Null: there are none.
+    bool (*search_only)(std::span<const std::uint8_t> key) = nullptr;
 
     bool decodable() const { return construct != nullptr; }
 };
@@ -36,7 +51,7 @@ const FamilyInfo *find_family(std::uint16_t afi, std::uint8_t safi);
 class Family {
 public:
     // Throws std::runtime_error if the family refuses. `info` is a decodable row of known_families().
-    Family(const FamilyInfo &info, std::uint32_t mem_handle);
+    Family(const FamilyInfo &info, std::uint32_t mem_handle, Component component = Component::mvpn);
 
     const FamilyInfo &info() const { return *info_; }
     const QEL_FAMILY_DESC_S &desc() const { return *desc_; }

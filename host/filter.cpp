@@ -18,6 +18,7 @@ namespace {
 constexpr std::uint32_t kMax16 = std::numeric_limits<std::uint16_t>::max();
 constexpr std::uint32_t kMax32 = std::numeric_limits<std::uint32_t>::max();
 constexpr std::string_view kTargetLabel = "RT";
+constexpr std::uint8_t kTargetSubType = 2; // RFC 4360, section 4
 
 std::optional<std::uint32_t> number(std::string_view text, std::uint32_t highest)
 {
@@ -89,6 +90,17 @@ void squeeze(Buffer &out, std::string_view text)
     }
 }
 
+// What a user gave, squeezed and without the label.
+std::string_view target_text(Buffer &squeezed, std::string_view text)
+{
+    squeeze(squeezed, text);
+    std::string_view target(squeezed.data(), squeezed.size());
+    if (target.substr(0, kTargetLabel.size()) == kTargetLabel) {
+        target.remove_prefix(kTargetLabel.size());
+    }
+    return target;
+}
+
 bool is_target(std::string_view text, std::string_view wanted)
 {
     if (text.substr(0, kTargetLabel.size()) != kTargetLabel) {
@@ -116,23 +128,23 @@ bool same(const MvpnAddress &a, const MvpnAddress &b)
 
 } // namespace
 
-bool RouteFilter::accepts(const NgMvpnRoute &route) const
+bool RouteFilter::accepts(const RouteValues &route) const
 {
-    if (types && (*types >> route.type & 1) == 0) {
+    if (types && (*types >> wire_type(route) & 1) == 0) {
         return false;
     }
-    if ((source && !same(*source, route.source)) || (group && !same(*group, route.group))) {
+    if ((source && !same(*source, source_of(route))) || (group && !same(*group, group_of(route)))) {
         return false;
     }
     if (!rd) {
         return true;
     }
     Buffer text;
-    append_rd(text, route.rd);
+    append_rd(text, rd_of(route));
     return std::string_view(text.data(), text.size()) == *rd;
 }
 
-bool RouteFilter::accepts_targets(UpdateAttributes &attributes) const
+bool RouteFilter::accepts_targets(AttributeView &attributes) const
 {
     const auto any = [&](Shown what, std::size_t count) {
         for (std::size_t i = 0; i < count; ++i) {
@@ -177,11 +189,7 @@ std::optional<std::string> canonical_rd(std::string_view text)
 std::optional<std::string> canonical_route_target(std::string_view text)
 {
     Buffer squeezed;
-    squeeze(squeezed, text);
-    std::string_view target(squeezed.data(), squeezed.size());
-    if (target.substr(0, kTargetLabel.size()) == kTargetLabel) {
-        target.remove_prefix(kTargetLabel.size());
-    }
+    const std::string_view target = target_text(squeezed, text);
     Buffer out;
     if (std::count(target.begin(), target.end(), ':') > 1) {
         const std::size_t dot = target.rfind('.');
@@ -215,6 +223,26 @@ std::optional<std::string> canonical_route_target(std::string_view text)
     out.push_back(':');
     append_number(out, parts->local);
     return fmt::to_string(out);
+}
+
+std::optional<std::array<std::uint8_t, 8>> route_target_octets(std::string_view text)
+{
+    Buffer squeezed;
+    const std::optional<Administered> parts = administered(target_text(squeezed, text));
+    if (!parts) {
+        return std::nullopt;
+    }
+    std::array<std::uint8_t, 8> out{};
+    out[1] = kTargetSubType;
+    if (parts->form == Administered::Form::as2) {
+        QEL_StoreBe16(out.data() + 2, static_cast<std::uint16_t>(parts->global));
+        QEL_StoreBe32(out.data() + 4, parts->local);
+        return out;
+    }
+    out[0] = parts->form == Administered::Form::ipv4 ? 1 : 2;
+    QEL_StoreBe32(out.data() + 2, parts->global);
+    QEL_StoreBe16(out.data() + 6, static_cast<std::uint16_t>(parts->local));
+    return out;
 }
 
 std::optional<std::uint32_t> route_types(std::string_view text)

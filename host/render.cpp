@@ -2,6 +2,7 @@
 
 #include "qel_byteorder.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace qel::host {
@@ -16,7 +17,7 @@ public:
     void attributes(UpdateAttributes &) override {}
     void attribute_trouble(const Trouble &) override {}
     void begin_nlri(const FamilyInfo &, const MpAttribute &) override {}
-    void route(std::size_t, Octets, const NgMvpnRoute &) override {}
+    void route(std::size_t, Octets, const RouteValues &) override {}
     void trouble(const Trouble &) override {}
     void end_nlri(bool) override {}
     void end_update(bool) override {}
@@ -26,6 +27,15 @@ public:
 private:
     std::unique_ptr<Renderer> renderer_;
 };
+
+// An IPv4 address behind an RD of zero (RFC 4364, section 4.3.2).
+bool has_empty_rd(const MpAttribute &mp)
+{
+    static constexpr std::uint8_t kVpnv4Mcast = 129;
+    static constexpr std::array<std::uint8_t, sizeof(QEL_RD_VALUE_S)> zero{};
+    return mp.safi == kVpnv4Mcast && mp.next_hop.size() == zero.size() + sizeof(std::uint32_t) &&
+           std::equal(zero.begin(), zero.end(), mp.next_hop.begin());
+}
 
 } // namespace
 
@@ -37,6 +47,17 @@ std::unique_ptr<Renderer> make_summary_renderer(std::unique_ptr<Renderer> render
 std::string_view unit_name(Origin::Unit unit)
 {
     return unit == Origin::Unit::packet ? "packet" : "line";
+}
+
+void append_place(Buffer &out, const Origin &origin)
+{
+    append_visible(out, origin.file);
+    if (origin.number != 0) {
+        append(out, ": ");
+        append(out, unit_name(origin.unit));
+        out.push_back(' ');
+        append_number(out, origin.number);
+    }
 }
 
 std::size_t next_hop_count(const MpAttribute &mp)
@@ -62,6 +83,10 @@ void append_next_hop(Buffer &out, const MpAttribute &mp, std::size_t index)
         append_ipv6(out, mp.next_hop.data() + 16 * index);
         return;
     default:
+        if (has_empty_rd(mp)) {
+            append_ipv4(out, QEL_LoadBe32(mp.next_hop.data() + sizeof(QEL_RD_VALUE_S)));
+            return;
+        }
         append(out, "0x");
         append_hex(out, mp.next_hop);
         return;
@@ -72,6 +97,13 @@ void append_community_type(Buffer &out, std::uint16_t type)
 {
     append(out, "0x");
     append_hex(out, std::array{static_cast<std::uint8_t>(type >> 8), static_cast<std::uint8_t>(type)});
+}
+
+void append_prefix(Buffer &out, const Vpnv4McastRoute &route)
+{
+    append_ipv4(out, route.prefix);
+    out.push_back('/');
+    append_number(out, route.mask_len);
 }
 
 void append_address(Buffer &out, const MvpnAddress &address)

@@ -4,8 +4,8 @@
 #include "host/attributes.h"
 #include "host/family.h"
 #include "host/input.h"
-#include "host/ng_mvpn_route.h"
 #include "host/output.h"
+#include "host/route_values.h"
 #include "host/update.h"
 
 #include <array>
@@ -42,7 +42,7 @@ struct Summary {
     std::uint64_t not_decoded = 0;        // MP attributes of families that are only named
     std::uint64_t attributes_offered = 0; // to a family, MP attributes not counted
     std::uint64_t tunnels_not_carried = 0;
-    std::array<RouteCount, kNgMvpnTypes + 1> routes{};
+    std::array<RouteCount, kRouteForms> routes{};   // by route_form()
     std::optional<std::uint64_t> routes_matched;    // if there is a filter
     std::map<std::uint32_t, std::uint64_t> refused; // by code
     std::uint64_t lost = 0;
@@ -66,7 +66,7 @@ public:
     virtual void attribute_trouble(const Trouble &trouble) = 0;
     virtual void begin_nlri(const FamilyInfo &family, const MpAttribute &mp) = 0;
     // `offset` is the route's first octet in the message, `octets` are those of the route.
-    virtual void route(std::size_t offset, Octets octets, const NgMvpnRoute &route) = 0;
+    virtual void route(std::size_t offset, Octets octets, const RouteValues &route) = 0;
     virtual void trouble(const Trouble &trouble) = 0;
     virtual void end_nlri(bool keep) = 0;
     virtual void end_update(bool keep) = 0;
@@ -86,15 +86,20 @@ inline bool is_announcement(const MpAttribute &mp)
 {
     return mp.attribute == kAttrMpReach;
 }
+// "file: packet 12" in front of what is said of a message.
+void append_place(Buffer &out, const Origin &origin);
 // MP_UNREACH_NLRI without a route (RFC 4724, section 2).
 inline bool is_end_of_rib(const MpAttribute &mp)
 {
     return mp.attribute == kAttrMpUnreach && mp.nlri.empty();
 }
-// Addresses of 4 or 16 octets, or a global and a link-local one of 16 each; any other next hop in hex behind 0x.
+// Addresses of 4 or 16 octets, or a global and a link-local one of 16 each; of VPNv4 multicast also one behind an RD of
+// zero; any other next hop in hex behind 0x.
 std::size_t next_hop_count(const MpAttribute &mp);
 void append_next_hop(Buffer &out, const MpAttribute &mp, std::size_t index);
 void append_address(Buffer &out, const MvpnAddress &address);
+// "10.1.0.0/16"
+void append_prefix(Buffer &out, const Vpnv4McastRoute &route);
 // "0x0002"
 void append_community_type(Buffer &out, std::uint16_t type);
 

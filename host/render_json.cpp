@@ -1,5 +1,6 @@
 // One JSON object per line. Lines are written by hand, member by member: a run may hold millions of routes. The summary
 // comes once and takes the comfortable way.
+#include "host/json.h"
 #include "host/render.h"
 
 #include <fmt/format.h>
@@ -13,22 +14,6 @@ namespace qel::host {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-// Writes the commas of one object or array.
-class Separator {
-public:
-    void reset() { first_ = true; }
-    void next(Buffer &out)
-    {
-        if (!first_) {
-            out.push_back(',');
-        }
-        first_ = false;
-    }
-
-private:
-    bool first_ = true;
-};
 
 // The elements of an array that is written behind others: gathered until then.
 class Later {
@@ -63,61 +48,6 @@ private:
     Separator separator_;
 };
 
-void append_member(Buffer &out, std::string_view name, std::uint64_t value)
-{
-    append(out, ",\"");
-    append(out, name);
-    append(out, "\":");
-    append_number(out, value);
-}
-
-// For values that hold nothing to escape.
-void append_plain_member(Buffer &out, std::string_view name, std::string_view value)
-{
-    append(out, ",\"");
-    append(out, name);
-    append(out, "\":\"");
-    append(out, value);
-    out.push_back('"');
-}
-
-void append_address_member(Buffer &out, std::string_view name, const MvpnAddress &address)
-{
-    if (address.kind == MvpnAddress::Kind::absent) {
-        return;
-    }
-    append(out, ",\"");
-    append(out, name);
-    append(out, "\":\"");
-    append_address(out, address);
-    out.push_back('"');
-}
-
-void append_origin(Buffer &out, const Origin &origin)
-{
-    append(out, ",\"file\":");
-    append_json_string(out, origin.file);
-    append_plain_member(out, "unit", unit_name(origin.unit));
-    append_member(out, "number", origin.number);
-    append_member(out, "offset", origin.offset);
-    append(out, ",\"time\":");
-    if (origin.time_ns) {
-        out.push_back('"');
-        append_time(out, *origin.time_ns);
-        out.push_back('"');
-    } else {
-        append(out, "null");
-    }
-    if (!origin.from.empty()) {
-        append(out, ",\"from\":");
-        append_json_string(out, origin.from);
-    }
-    if (!origin.to.empty()) {
-        append(out, ",\"to\":");
-        append_json_string(out, origin.to);
-    }
-}
-
 // {"offset":N,"octets":"hex"} with what else the trouble tells in front.
 void append_trouble(Buffer &out, const Trouble &trouble, bool with_attribute)
 {
@@ -139,70 +69,6 @@ void append_trouble(Buffer &out, const Trouble &trouble, bool with_attribute)
     append(out, ",\"octets\":\"");
     append_hex(out, trouble.octets);
     append(out, "\"}");
-}
-
-void append_text_member(Buffer &out, std::string_view name, std::string_view value)
-{
-    append(out, ",\"");
-    append(out, name);
-    append(out, "\":");
-    append_json_string(out, value);
-}
-
-void append_hex_member(Buffer &out, std::string_view name, Octets octets)
-{
-    append(out, ",\"");
-    append(out, name);
-    append(out, "\":\"");
-    append_hex(out, octets);
-    out.push_back('"');
-}
-
-void append_ipv4_member(Buffer &out, std::string_view name, std::uint32_t address)
-{
-    append(out, ",\"");
-    append(out, name);
-    append(out, "\":\"");
-    append_ipv4(out, address);
-    out.push_back('"');
-}
-
-void append_ipv6_member(Buffer &out, std::string_view name, const std::uint8_t *address)
-{
-    append(out, ",\"");
-    append(out, name);
-    append(out, "\":\"");
-    append_ipv6(out, address);
-    out.push_back('"');
-}
-
-// {"type":"0x0002","text":"..." and no brace behind it.
-void append_community_start(Buffer &out, std::uint16_t type, std::string_view text)
-{
-    append(out, "{\"type\":\"");
-    append_community_type(out, type);
-    out.push_back('"');
-    append_text_member(out, "text", text);
-}
-
-void append_community(Buffer &out, const Community &community, std::string_view text)
-{
-    append_community_start(out, community.type, text);
-    switch (community.form) {
-    case Community::Form::as2:
-    case Community::Form::as4:
-        append_member(out, "global", community.global);
-        append_member(out, "local", community.local);
-        break;
-    case Community::Form::ipv4:
-        append_ipv4_member(out, "global_ip", community.global);
-        append_member(out, "local", community.local);
-        break;
-    case Community::Form::other:
-        append_hex_member(out, "value", community.octets);
-        break;
-    }
-    out.push_back('}');
 }
 
 void append_pmsi(Buffer &out, const QEL_NGMVPN_PMSI_TNL_S &tunnel, std::string_view text)
@@ -299,20 +165,13 @@ private:
     Separator separator_;
 };
 
-void append_attributes(Buffer &out, UpdateAttributes &attributes)
+void append_displayed(Buffer &out, Members &members, AttributeView &attributes)
 {
     const QEL_ROUTE_INFO_S &info = attributes.info();
-    Members members(out);
-    members.array("ext_communities", community_count(info), [&](std::size_t i) {
-        append_community(out, community(info, i), attributes.text(Shown::communities, i));
-    });
-    members.array("ipv6_ext_communities", ipv6_community_count(info), [&](std::size_t i) {
-        const Ipv6Community value = ipv6_community(info, i);
-        append_community_start(out, value.type, attributes.text(Shown::ipv6_communities, i));
-        append_ipv6_member(out, "address", value.octets.data());
-        append_member(out, "local", value.local());
-        out.push_back('}');
-    });
+    members.array("ext_communities", community_count(info),
+                  [&](std::size_t i) { append_community_object(out, attributes, i); });
+    members.array("ipv6_ext_communities", ipv6_community_count(info),
+                  [&](std::size_t i) { append_ipv6_community_object(out, attributes, i); });
     if (const auto tunnel = pmsi_tunnel(info)) {
         members.member("pmsi", [&] { append_pmsi(out, *tunnel, attributes.text(Shown::tunnel)); });
     }
@@ -339,6 +198,14 @@ void append_attributes(Buffer &out, UpdateAttributes &attributes)
             out.push_back('}');
         });
     }
+}
+
+void append_attributes(Buffer &out, const UpdateAttributes &attributes)
+{
+    Members members(out);
+    if (std::optional<AttributeView> view = attributes.view()) {
+        append_displayed(out, members, *view);
+    }
     const auto &not_carried = attributes.not_carried();
     members.array("not_carried", not_carried.size(), [&](std::size_t i) { append_not_carried(out, not_carried[i]); });
     const auto &wire = attributes.wire();
@@ -355,7 +222,7 @@ public:
         nlri_.reset();
         nlri_open_ = false;
         append(out(), R"({"kind":"update")");
-        append_origin(out(), origin);
+        append_origin_members(out(), origin);
     }
 
     void attributes(UpdateAttributes &attributes) override
@@ -391,6 +258,7 @@ public:
             append(out(), ",\"end_of_rib\":true");
         }
         decoded_ = family.decodable();
+        append_labels(mp.labels);
         if (decoded_) {
             append(out(), ",\"routes\":[");
             routes_.reset();
@@ -399,30 +267,12 @@ public:
         }
     }
 
-    void route(std::size_t offset, Octets octets, const NgMvpnRoute &route) override
+    void route(std::size_t offset, Octets octets, const RouteValues &route) override
     {
         routes_.next(out());
         append(out(), "{\"offset\":");
         append_number(out(), offset);
-        append_member(out(), "type", route.type);
-        append_plain_member(out(), "name", ng_mvpn_type_name(route.type));
-        append(out(), ",\"rd\":\"");
-        append_rd(out(), route.rd);
-        out().push_back('"');
-        append_member(out(), "rd_type", route.rd.usRdType);
-        if (route.source_as) {
-            append_member(out(), "source_as", *route.source_as);
-        }
-        append_address_member(out(), "source", route.source);
-        append_address_member(out(), "group", route.group);
-        append_address_member(out(), "originator", route.originator);
-        append_address_member(out(), "leaf", route.leaf);
-        if (route.answers != 0) {
-            append_member(out(), "answers", route.answers);
-        }
-        if (route.explicit_wildcard) {
-            append(out(), ",\"explicit_wildcard\":true");
-        }
+        append_route_members(out(), route);
         if (raw_) {
             append_hex_member(out(), "octets", octets);
         }
@@ -477,7 +327,7 @@ public:
     void problem(const Origin &origin, std::string_view text) override
     {
         append(out(), R"({"kind":"problem")");
-        append_origin(out(), origin);
+        append_origin_members(out(), origin);
         append(out(), ",\"text\":");
         append_json_string(out(), text);
         append(out(), "}\n");
@@ -498,6 +348,17 @@ private:
             out().push_back('"');
         }
         out().push_back(']');
+    }
+
+    void append_labels(Labels labels)
+    {
+        if (labels == Labels::none_known) {
+            return;
+        }
+        append(out(), labels == Labels::without ? ",\"labels\":false" : ",\"labels\":true");
+        if (labels == Labels::with_either || labels == Labels::with_neither) {
+            append_plain_member(out(), "labels_fit", labels == Labels::with_either ? "both" : "neither");
+        }
     }
 
     void open_nlri()
@@ -525,11 +386,17 @@ private:
 void JsonRenderer::summary(const Summary &summary)
 {
     Json routes = Json::array();
-    for (std::uint8_t type = 1; type <= kNgMvpnTypes; ++type) {
-        routes.push_back({{"type", type},
-                          {"name", ng_mvpn_type_name(type)},
-                          {"announced", summary.routes[type].announced},
-                          {"withdrawn", summary.routes[type].withdrawn}});
+    for (std::size_t form = 1; form < summary.routes.size(); ++form) {
+        const Summary::RouteCount &count = summary.routes[form];
+        const bool typed = form <= kNgMvpnTypes;
+        if (!typed && count.announced + count.withdrawn == 0) {
+            continue;
+        }
+        Json row = typed ? Json{{"type", form}} : Json::object();
+        row["name"] = route_form_name(form);
+        row["announced"] = count.announced;
+        row["withdrawn"] = count.withdrawn;
+        routes.push_back(std::move(row));
     }
     Json refused = Json::object();
     for (const auto &[code, count] : summary.refused) {

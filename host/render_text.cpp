@@ -1,37 +1,32 @@
 // The listing for people: a head line per UPDATE, below it one line per MP attribute, below that one line per route.
+#include "host/listing.h"
 #include "host/render.h"
 
 #include <fmt/compile.h>
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
+#include <string>
 
 namespace qel::host {
 namespace {
 
-// Widths that keep the columns of IPv4 routes straight; longer values push their line to the right.
-constexpr std::size_t kNameWidth = 19;
-constexpr std::size_t kRdWidth = 13;
-constexpr std::size_t kAsWidth = 10;
-constexpr std::size_t kAddressWidth = 15;
 constexpr std::size_t kAttributeWidth = 16;
 // More octets than that tell a reader nothing; JSON has them all.
 constexpr std::size_t kOctetsShown = 80;
 
-struct Palette {
-    std::string_view head;
-    std::string_view label;
-    std::string_view announced;
-    std::string_view withdrawn;
-    std::string_view trouble;
-    std::string_view off;
-};
-constexpr Palette kPlain{};
-constexpr Palette kColours{"\x1b[1m", "\x1b[2m", "\x1b[32m", "\x1b[33m", "\x1b[31m", "\x1b[0m"};
+std::string_view labels_told(Labels labels)
+{
+    static constexpr std::array<std::string_view, 5> told{"", "  with labels", "  without labels",
+                                                          "  with labels (the octets fit without them as well)",
+                                                          "  with labels (the octets do not fit, with or without)"};
+    return told[static_cast<std::size_t>(labels)];
+}
 
 class TextRenderer final : public Renderer {
 public:
-    TextRenderer(Output &out, bool colour, bool raw) : output_(out), colours_(colour ? kColours : kPlain), raw_(raw) {}
+    TextRenderer(Output &out, bool colour, bool raw) : output_(out), colours_(palette(colour)), raw_(raw) {}
 
     void begin_update(const Origin &origin) override
     {
@@ -44,7 +39,7 @@ public:
         show_trouble(trouble, attribute_name(trouble.attribute));
     }
     void begin_nlri(const FamilyInfo &family, const MpAttribute &mp) override;
-    void route(std::size_t offset, Octets octets, const NgMvpnRoute &route) override;
+    void route(std::size_t offset, Octets octets, const RouteValues &route) override;
     void trouble(const Trouble &trouble) override { show_trouble(trouble, {}); }
     void end_nlri(bool keep) override
     {
@@ -67,31 +62,7 @@ public:
 private:
     Buffer &out() { return output_.buffer(); }
 
-    void painted(std::string_view colour, std::string_view text)
-    {
-        append(out(), colour);
-        append(out(), text);
-        append(out(), colours_.off);
-    }
-
-    // Two blanks behind the column before, the label, and what `write` makes of the value.
-    template <class Write> void field(std::string_view label, std::size_t width, Write write)
-    {
-        pad_to(out(), column_, column_width_);
-        append(out(), "  ");
-        painted(colours_.label, label);
-        out().push_back(' ');
-        column_ = out().size();
-        column_width_ = width;
-        write();
-    }
-
-    void address_field(std::string_view label, const MvpnAddress &address)
-    {
-        if (address.kind != MvpnAddress::Kind::absent) {
-            field(label, kAddressWidth, [&] { append_address(out(), address); });
-        }
-    }
+    void painted(std::string_view colour, std::string_view text) { append_painted(out(), colours_, colour, text); }
 
     // A line of the attributes above the routes.
     template <class Write> void attribute(std::string_view label, Write write)
@@ -107,11 +78,12 @@ private:
         out().push_back('\n');
     }
 
-    void head(const Origin &origin);
-    void communities(UpdateAttributes &attributes);
-    void ipv6_communities(UpdateAttributes &attributes);
-    void tunnels(UpdateAttributes &attributes);
-    void segment_ids(UpdateAttributes &attributes);
+    void head(const Origin &origin) { append_head(out(), colours_, origin); }
+    void communities(AttributeView &attributes);
+    void ipv6_communities(AttributeView &attributes);
+    void tunnel(AttributeView &attributes);
+    void not_carried(const NotCarriedTunnel &tunnel);
+    void segment_ids(AttributeView &attributes);
     void show_trouble(const Trouble &trouble, std::string_view attribute);
     void counts(std::string_view label, std::uint64_t value, std::string_view remark = {});
 
@@ -120,134 +92,67 @@ private:
     bool raw_;
     std::size_t update_start_ = 0;
     std::size_t nlri_start_ = 0;
-    std::size_t column_ = 0;
-    std::size_t column_width_ = 0;
 };
 
-void TextRenderer::head(const Origin &origin)
+void TextRenderer::communities(AttributeView &attributes)
 {
-    append(out(), colours_.head);
-    append_visible(out(), origin.file);
-    if (origin.number != 0) {
-        append(out(), "  ");
-        append(out(), unit_name(origin.unit));
-        out().push_back(' ');
-        append_number(out(), origin.number);
-    }
-    append(out(), colours_.off);
-    if (origin.time_ns) {
-        append(out(), "  ");
-        append_time(out(), *origin.time_ns);
-    }
-    if (!origin.from.empty() || !origin.to.empty()) {
-        append(out(), "  ");
-        append_visible(out(), origin.from);
-        append(out(), " -> ");
-        append_visible(out(), origin.to);
-    }
-    out().push_back('\n');
-}
-
-// The family's text, and what it leaves untold: the type without a label, the value without one of the three forms.
-void append_community(Buffer &out, std::string_view text, std::uint16_t type, Octets value)
-{
-    if (text.empty() || text.front() == ' ') {
-        append_community_type(out, type);
-        append(out, text);
-    } else {
-        append(out, text);
-    }
-    if (text.find('<') == std::string_view::npos) {
-        out.push_back(' ');
-        if (!text.empty()) {
-            append_community_type(out, type);
-            out.push_back(' ');
-        }
-        append_hex(out, value);
+    if (community_count(attributes.info()) != 0) {
+        attribute("communities", [&] { append_communities(out(), attributes); });
     }
 }
 
-void TextRenderer::communities(UpdateAttributes &attributes)
+void TextRenderer::ipv6_communities(AttributeView &attributes)
 {
-    const std::size_t count = community_count(attributes.info());
-    if (count == 0) {
-        return;
+    if (ipv6_community_count(attributes.info()) != 0) {
+        attribute("IPv6 communities", [&] { append_ipv6_communities(out(), attributes); });
     }
-    attribute("communities", [&] {
-        for (std::size_t i = 0; i < count; ++i) {
-            const Community value = community(attributes.info(), i);
-            append(out(), i == 0 ? "" : ", ");
-            append_community(out(), attributes.text(Shown::communities, i), value.type, value.octets);
+}
+
+void TextRenderer::tunnel(AttributeView &attributes)
+{
+    if (attributes.info().pucPmsi != nullptr) {
+        attribute("tunnel", [&] { append_tunnel(out(), attributes); });
+    }
+}
+
+void TextRenderer::not_carried(const NotCarriedTunnel &tunnel)
+{
+    attribute("tunnel", [&] {
+        if (tunnel.type() == QEL_NGMVPN_TNL_NONE) {
+            append(out(), tunnel_type_name(tunnel.type()));
+        } else {
+            fmt::format_to(fmt::appender(out()), FMT_COMPILE("type {} ({}) not carried by this family"), tunnel.type(),
+                           tunnel_type_name(tunnel.type()));
         }
+        append(out(), ", octets ");
+        append_hex(out(), tunnel.octets);
     });
 }
 
-void TextRenderer::ipv6_communities(UpdateAttributes &attributes)
+void TextRenderer::segment_ids(AttributeView &attributes)
 {
-    const std::size_t count = ipv6_community_count(attributes.info());
-    if (count == 0) {
-        return;
+    if (attributes.info().pucPfxSid != nullptr) {
+        attribute("Prefix-SID", [&] { append_prefix_sid(out(), attributes); });
     }
-    attribute("IPv6 communities", [&] {
-        for (std::size_t i = 0; i < count; ++i) {
-            const Ipv6Community value = ipv6_community(attributes.info(), i);
-            append(out(), i == 0 ? "" : ", ");
-            append_community(out(), attributes.text(Shown::ipv6_communities, i), value.type, value.octets);
-        }
-    });
-}
-
-void TextRenderer::tunnels(UpdateAttributes &attributes)
-{
-    if (const auto tunnel = pmsi_tunnel(attributes.info())) {
-        attribute("tunnel", [&] {
-            const std::string_view text = attributes.text(Shown::tunnel);
-            append(out(), text.empty() ? tunnel_type_name(tunnel->ucTnlType) : text);
-        });
-    }
-    for (const NotCarriedTunnel &tunnel : attributes.not_carried()) {
-        attribute("tunnel", [&] {
-            if (tunnel.type() == QEL_NGMVPN_TNL_NONE) {
-                append(out(), tunnel_type_name(tunnel.type()));
-            } else {
-                fmt::format_to(fmt::appender(out()), FMT_COMPILE("type {} ({}) not carried by this family"),
-                               tunnel.type(), tunnel_type_name(tunnel.type()));
-            }
-            append(out(), ", octets ");
-            append_hex(out(), tunnel.octets);
-        });
-    }
-}
-
-void TextRenderer::segment_ids(UpdateAttributes &attributes)
-{
-    if (const auto sid = prefix_sid(attributes.info())) {
-        attribute("Prefix-SID", [&] {
-            const std::string_view text = attributes.text(Shown::prefix_sid);
-            append(out(), text);
-            if (text.empty()) {
-                fmt::format_to(fmt::appender(out()), FMT_COMPILE("behavior {} "), sid->behavior);
-                append_ipv6(out(), sid->sid.data());
-            }
-        });
-    }
-    if (const auto sid = msid(attributes.info())) {
-        attribute("MSID", [&] {
-            const std::string_view text = attributes.text(Shown::msid);
-            append(out(), text);
-            if (text.empty()) {
-                append_ipv6(out(), sid->msid.data());
-            }
-        });
+    if (attributes.info().pucMsid != nullptr) {
+        attribute("MSID", [&] { append_msid(out(), attributes); });
     }
 }
 
 void TextRenderer::attributes(UpdateAttributes &attributes)
 {
-    communities(attributes);
-    ipv6_communities(attributes);
-    tunnels(attributes);
-    segment_ids(attributes);
+    std::optional<AttributeView> view = attributes.view();
+    if (view) {
+        communities(*view);
+        ipv6_communities(*view);
+        tunnel(*view);
+    }
+    for (const NotCarriedTunnel &each : attributes.not_carried()) {
+        not_carried(each);
+    }
+    if (view) {
+        segment_ids(*view);
+    }
     for (const PathAttribute &each : attributes.wire()) {
         attribute(fmt::format(FMT_COMPILE("raw attribute {}"), each.type), [&] { append_hex(out(), each.value); });
     }
@@ -282,32 +187,16 @@ void TextRenderer::begin_nlri(const FamilyInfo &family, const MpAttribute &mp)
         append(out(), "  no routes");
     } else if (!family.decodable()) {
         fmt::format_to(fmt::appender(out()), FMT_COMPILE("  {} octets, not decoded yet"), mp.nlri.size());
+    } else {
+        append(out(), labels_told(mp.labels));
     }
     out().push_back('\n');
 }
 
-void TextRenderer::route(std::size_t, Octets octets, const NgMvpnRoute &route)
+void TextRenderer::route(std::size_t, Octets octets, const RouteValues &route)
 {
     append(out(), "    ");
-    append_number(out(), route.type);
-    append(out(), "  ");
-    column_ = out().size();
-    column_width_ = kNameWidth;
-    append(out(), ng_mvpn_type_name(route.type));
-    field("RD", kRdWidth, [&] { append_rd(out(), route.rd); });
-    if (route.source_as) {
-        field("source AS", kAsWidth, [&] { append_number(out(), *route.source_as); });
-    }
-    address_field("source", route.source);
-    address_field("group", route.group);
-    address_field("originator", route.originator);
-    address_field("leaf", route.leaf);
-    if (route.answers != 0) {
-        field("answers", 0, [&] { append(out(), ng_mvpn_type_name(route.answers)); });
-    }
-    if (route.explicit_wildcard) {
-        field("wildcard", 0, [&] { append(out(), "written out"); });
-    }
+    append_route(out(), colours_, route);
     if (raw_) {
         append(out(), "\n      octets ");
         append_hex(out(), octets);
@@ -396,20 +285,21 @@ void TextRenderer::summary(const Summary &summary)
         counts("tunnels not carried", summary.tunnels_not_carried, "of another type, or no tunnel information");
     }
     if (summary.not_decoded != 0) {
-        counts("not decoded yet", summary.not_decoded, "MP attributes of MDT and VPNv4 multicast");
+        counts("not decoded yet", summary.not_decoded, "MP attributes of families that are only named");
     }
     if (summary.routes_matched) {
         counts("routes matched", *summary.routes_matched, "by the filter");
     }
     fmt::format_to(fmt::appender(out()), "\n  {:<20}{:>12}{:>12}\n", "routes", "announced", "withdrawn");
     Summary::RouteCount all;
-    for (std::uint8_t type = 1; type <= kNgMvpnTypes; ++type) {
-        const Summary::RouteCount &count = summary.routes[type];
+    for (std::size_t form = 1; form < summary.routes.size(); ++form) {
+        const Summary::RouteCount &count = summary.routes[form];
         all.announced += count.announced;
         all.withdrawn += count.withdrawn;
         if (count.announced + count.withdrawn != 0) {
-            fmt::format_to(fmt::appender(out()), "  {} {:<18} {:>11}{:>12}\n", type, ng_mvpn_type_name(type),
-                           count.announced, count.withdrawn);
+            const std::string type = form <= kNgMvpnTypes ? fmt::format("{} ", form) : "";
+            fmt::format_to(fmt::appender(out()), "  {:<20} {:>11}{:>12}\n",
+                           fmt::format("{}{}", type, route_form_name(form)), count.announced, count.withdrawn);
         }
     }
     fmt::format_to(fmt::appender(out()), "  {:<20}{:>12}{:>12}\n\n", "all", all.announced, all.withdrawn);

@@ -7,14 +7,22 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace qel::host {
 
 struct BlockFree {
-    void operator()(QEL_ROUTE_BLOCK_S *block) const noexcept;
+    void operator()(void *block) const noexcept;
 };
 // A result block from the library. The library made it; whoever holds this frees it.
 using BlockPtr = std::unique_ptr<QEL_ROUTE_BLOCK_S, BlockFree>;
+// The same for octets that it hands out: cross values, match buffers.
+using OctetsPtr = std::unique_ptr<std::uint8_t, BlockFree>;
+
+// Makes the sections that a block tells of those of the route, and takes away those that it tells of and does not hold;
+// attributes are told apart by flag and type. The route owns nothing: the block has to stay. All sections that a route
+// takes from several blocks are those of the last one that tells of them.
+void place_sections(QEL_ROUTE_INFO_S &info, const QEL_ROUTE_BLOCK_S &block);
 
 // A route in its expanded form, made of the blocks that the library handed out for it: the block of its NLRI, blocks of
 // its path attributes, blocks that replace some of these. Owns every block that one of its sections lies in and no
@@ -33,36 +41,23 @@ public:
     // type, and one of a pair that no route holds is dropped. The block that says that attribute 16 carries no value
     // removes the communities.
     void add(BlockPtr block);
+    // Hands out every block and leaves an empty route.
+    std::vector<BlockPtr> take_blocks();
 
     const QEL_ROUTE_INFO_S &info() const { return info_; }
     // For pfFormatPkt, which may write the label, and for the host's own fields: user data, path data, flags.
     QEL_ROUTE_INFO_S &mutable_info() { return info_; }
 
 private:
-    // The sections that lie in a block: RD, key, non-key, cross and the six attributes. A label is a plain value.
-    enum Slot : std::size_t {
-        rd,
-        key,
-        non_key,
-        cross,
-        ext_comm,
-        pmsi,
-        import_attr,
-        ipv6_ext_comm,
-        pfx_sid,
-        msid,
-        no_slot
-    };
+    // The sections that lie in a block: RD, key, non-key, cross and the six attributes.
+    static constexpr std::size_t kSlots = 10;
 
-    static Slot attribute_slot(std::uint8_t flag, std::uint8_t type);
-    void own(Slot slot, QEL_ROUTE_BLOCK_S *block);
-    void set_section(Slot slot, const std::uint8_t *data, std::uint32_t length);
+    void own(std::size_t slot, QEL_ROUTE_BLOCK_S *block);
     bool owns(const QEL_ROUTE_BLOCK_S *block) const;
-    void update_mask(bool has_label);
     void release() noexcept;
 
     QEL_ROUTE_INFO_S info_{};
-    std::array<QEL_ROUTE_BLOCK_S *, no_slot> owners_{};
+    std::array<QEL_ROUTE_BLOCK_S *, kSlots> owners_{};
 };
 
 } // namespace qel::host

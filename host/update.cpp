@@ -113,24 +113,32 @@ MpAttribute split_mp(const PathAttribute &attribute)
     return mp;
 }
 
-AttributeWalk::AttributeWalk(const Family &family, std::uint8_t attribute_type, Octets octets)
+AttributeWalk::AttributeWalk(const Family &family, std::uint32_t attribute_type, Octets octets)
     : family_(&family), type_(attribute_type), octets_(octets), stopped_(octets.empty())
 {
 }
 
 bool AttributeWalk::is_nlri() const
 {
-    return type_ == kAttrMpReach || type_ == kAttrMpUnreach;
+    return type_ == kAttrMpReach || type_ == kAttrMpUnreach || type_ == kNlriWithoutLabels;
+}
+
+bool AttributeWalk::is_framed_by_bits() const
+{
+    return family_->info().framing == Framing::bits;
 }
 
 // The route at the cursor by its own length octet, cut where the attribute ends; another attribute is one piece.
 std::size_t AttributeWalk::framed_length() const
 {
     const std::size_t left = octets_.size() - at_;
-    if (!is_nlri() || left < 2) {
+    if (!is_nlri()) {
         return left;
     }
-    return std::min(left, std::size_t{2} + octets_[at_ + 1]);
+    if (is_framed_by_bits()) {
+        return std::min(left, std::size_t{1} + (octets_[at_] + 7U) / 8U);
+    }
+    return left < 2 ? left : std::min(left, std::size_t{2} + octets_[at_ + 1]);
 }
 
 // A tunnel that is not carried has the code of a refused identifier; the family stepped over it.
@@ -141,12 +149,15 @@ bool AttributeWalk::is_not_carried(std::uint32_t code, bool moved) const
 
 bool AttributeWalk::may_go_on(std::uint32_t code, std::uint32_t more, std::size_t after) const
 {
-    if (!is_nlri() || more != 1 || after >= octets_.size()) {
+    const std::size_t next = at_ + framed_length();
+    if (!is_nlri() || next >= octets_.size()) {
         return false;
     }
+    if (is_framed_by_bits() && (code == QEL_ERR_NLRI_REFUSED || code == QEL_ERR_ALLOC)) {
+        return true;
+    }
     // A Leaf A-D route with an unknown RD type leaves the cursor two octets behind the route, on nothing that is one.
-    const bool on_next_route = after == at_ + 2 + octets_[at_ + 1];
-    return on_next_route && (code == QEL_OK || code == QEL_ERR_NLRI_REFUSED);
+    return more == 1 && after == next && (code == QEL_OK || code == QEL_ERR_NLRI_REFUSED);
 }
 
 void AttributeWalk::give(WalkStep &step, WalkStep::Kind kind, std::size_t length)
@@ -177,6 +188,10 @@ bool AttributeWalk::next(WalkStep &step)
     step.block.reset(block);
     stopped_ = !may_go_on(step.code, more, at_ + static_cast<std::size_t>(cursor - start));
     const std::size_t length = framed_length();
+    if (is_nlri() && is_framed_by_bits() && step.code == QEL_ERR_ALLOC) {
+        give(step, WalkStep::Kind::lost, length);
+        return true;
+    }
     if (step.code != QEL_OK) {
         const bool not_carried = is_not_carried(step.code, cursor != start);
         give(step, not_carried ? WalkStep::Kind::not_carried : WalkStep::Kind::refused, length);

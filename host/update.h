@@ -20,6 +20,8 @@ enum class BgpType : std::uint8_t { open = 1, update = 2, notification = 3, keep
 
 inline constexpr std::uint8_t kAttrMpReach = 14;
 inline constexpr std::uint8_t kAttrMpUnreach = 15;
+// No attribute of BGP: what a family is told of NLRI without the labels that it has otherwise.
+inline constexpr std::uint32_t kNlriWithoutLabels = 256;
 
 // A length field that does not fit: where it stands, counted from the first octet of the message, and what is wrong.
 struct Malformed {
@@ -66,6 +68,15 @@ private:
     std::optional<Malformed> malformed_;
 };
 
+// Whether the routes of an attribute are read with an MPLS label in front of each.
+enum class Labels : std::uint8_t {
+    none_known, // the family has no such choice
+    with,
+    without,
+    with_either,  // the octets fit with labels, and fit without
+    with_neither, // the octets fit in neither way
+};
+
 // The value of MP_REACH_NLRI or MP_UNREACH_NLRI.
 struct MpAttribute {
     std::uint8_t attribute = 0; // kAttrMpReach or kAttrMpUnreach
@@ -74,7 +85,11 @@ struct MpAttribute {
     Octets next_hop; // empty for MP_UNREACH_NLRI
     Octets nlri;
     std::size_t nlri_offset = 0; // in the message
+    Labels labels = Labels::none_known;
     std::optional<Malformed> malformed;
+
+    // By what type the family is to read the routes.
+    std::uint32_t nlri_type() const { return labels == Labels::without ? kNlriWithoutLabels : attribute; }
 };
 
 // AFI and SAFI are 0 if the value is too short to hold them, the rest is empty if it is malformed.
@@ -99,23 +114,26 @@ struct WalkStep {
 
 // Offers the octets of one attribute to a family, route by route. Every octet of MP_REACH_NLRI and MP_UNREACH_NLRI
 // comes up in exactly one step. The rules for going on are the careful ones: after a route while the family says that
-// more follows; after a refusal only if the family stepped over exactly that route, and said so; else never.
+// more follows; after a refusal only if the family stepped over exactly that route, and said so; else never. A family
+// whose routes have their length in bits refuses for what a route holds only when its length is good, and stops inside
+// of it: there the walk goes on behind the route, and behind one for which there was no memory.
 class AttributeWalk {
 public:
-    // `octets`: the NLRI for the two MP attributes, the value for all others.
-    AttributeWalk(const Family &family, std::uint8_t attribute_type, Octets octets);
+    // `octets`: the NLRI for the two MP attributes and for kNlriWithoutLabels, the value for all others.
+    AttributeWalk(const Family &family, std::uint32_t attribute_type, Octets octets);
 
     bool next(WalkStep &step);
 
 private:
     bool is_nlri() const;
+    bool is_framed_by_bits() const;
     std::size_t framed_length() const;
     bool is_not_carried(std::uint32_t code, bool moved) const;
     bool may_go_on(std::uint32_t code, std::uint32_t more, std::size_t after) const;
     void give(WalkStep &step, WalkStep::Kind kind, std::size_t length);
 
     const Family *family_;
-    std::uint8_t type_;
+    std::uint32_t type_;
     Octets octets_;
     std::size_t at_ = 0;
     bool stopped_;

@@ -1,62 +1,21 @@
 // The command as a shell sees it: exit status, standard output, standard error.
+#include "shell.h"
+
 #include <nlohmann/json.hpp>
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace {
 
-struct Outcome {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-class CommandTest : public testing::Test {
-protected:
-    CommandTest()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "qel-mcast-XXXXXX").string();
-        directory_ = ::mkdtemp(name.data());
-    }
-    ~CommandTest() override { std::filesystem::remove_all(directory_); }
-
-    std::string path(const std::string &name) const { return (directory_ / name).string(); }
-
-    std::string write(const std::string &name, const std::string &text) const
-    {
-        std::ofstream(path(name), std::ios::binary) << text;
-        return "'" + path(name) + "'";
-    }
-
-    std::string read(const std::string &name) const
-    {
-        std::ifstream stream(path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-
-    // Runs `prefix qel-mcast arguments` in a shell; `arguments` may redirect as well.
-    Outcome run(const std::string &arguments, const std::string &prefix = {}) const
-    {
-        const std::string line = "{ " + prefix + " '" QEL_MCAST_COMMAND "' " + arguments + "; } >'" + path("out") +
-                                 "' 2>'" + path("err") + "'";
-        const int status = std::system(line.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("out"), read("err")};
-    }
-
-private:
-    std::filesystem::path directory_;
-};
+using qel::test::CommandTest;
+using qel::test::Outcome;
 
 const std::string kMarker(32, 'f');
 // An UPDATE with MP_UNREACH_NLRI of one Source Active A-D route, or of an unknown route type.
@@ -101,11 +60,30 @@ TEST_F(CommandTest, UnreadableFileExitsWith1AndTheOthersAreStillRead)
 TEST_F(CommandTest, WrongCommandLineExitsWith2)
 {
     const std::string file = write("good", kGood);
-    for (const std::string &arguments :
-         {std::string(), std::string("decode"), std::string("encode"), "decode --family ipv4 " + file,
-          "decode --color sometimes " + file, "decode --no-such-option " + file, "decode --type 8 " + file,
-          "decode --rd 100 " + file, "decode --rt 100 " + file, "decode --source 10.0.0 " + file,
-          "decode --group any " + file, "decode --type " + file}) {
+    for (const std::string &arguments : {std::string(),
+                                         std::string("decode"),
+                                         std::string("encode"),
+                                         "decode --family ipv4 " + file,
+                                         "decode --color sometimes " + file,
+                                         "decode --no-such-option " + file,
+                                         "decode --type 8 " + file,
+                                         "decode --rd 100 " + file,
+                                         "decode --rt 100 " + file,
+                                         "decode --source 10.0.0 " + file,
+                                         "decode --group any " + file,
+                                         "decode --type " + file,
+                                         std::string("table"),
+                                         "table --component core " + file,
+                                         "table --type 9 " + file,
+                                         "table --action add " + file,
+                                         std::string("relay"),
+                                         "relay --type 9 " + file,
+                                         "relay --component mvrf " + file,
+                                         "policy " + file,
+                                         "policy --action drop " + file,
+                                         "policy --action add " + file,
+                                         "policy --action add --rt 100 " + file,
+                                         "policy --action add --rt 2001:db8::1.7 " + file}) {
         const Outcome outcome = run(arguments);
         EXPECT_EQ(outcome.status, 2) << arguments;
         EXPECT_EQ(outcome.out, "") << arguments;
@@ -116,7 +94,8 @@ TEST_F(CommandTest, WrongCommandLineExitsWith2)
 TEST_F(CommandTest, HelpAndVersionExitWith0)
 {
     EXPECT_EQ(run("--version").out.substr(0, 10), "qel-mcast ");
-    for (const char *arguments : {"--version", "--help", "decode --help"}) {
+    for (const char *arguments :
+         {"--version", "--help", "decode --help", "table --help", "policy --help", "relay --help"}) {
         const Outcome outcome = run(arguments);
         EXPECT_EQ(outcome.status, 0) << arguments;
         EXPECT_NE(outcome.out, "") << arguments;
@@ -257,6 +236,133 @@ TEST_F(CommandTest, ClosedStandardErrorChangesNothing)
     const Outcome outcome = run("decode " + write("refused", kRefused) + " 2>&-");
     EXPECT_EQ(outcome.status, 1);
     EXPECT_NE(outcome.out.find("blocks leaked: 0"), std::string::npos);
+}
+
+// --- table and policy -------------------------------------------------------------------------------------------
+
+// Intra-AS I-PMSI A-D of RD 100:1 behind the Source Active route of above, with a route target and a Source AS.
+const std::string kIntraRoute = "0000006400000001 c0000201\n";
+
+std::string intra_update()
+{
+    return kMarker + "004402 0000 002d c01010 0002006400000002 0009fbf400000000 800e17 000105 04 0a0a0603 00 010c " +
+           kIntraRoute;
+}
+
+TEST_F(CommandTest, TableShowsTheRoutesThatRemainInTheirOrder)
+{
+    const std::string both = write("both", kTargets + intra_update());
+    const Outcome shown = run("table " + both);
+    EXPECT_EQ(shown.status, 0) << shown.err;
+    EXPECT_EQ(shown.out.substr(0, shown.out.find("\n\nSummary\n")),
+              "IPv4 NG-MVPN (AFI 1, SAFI 5)  2 routes\n"
+              "  1  Intra-AS I-PMSI A-D  RD 100:1          originator 192.0.2.1\n"
+              "       cross   marker 0xffffffff: a VPN, or a route target\n"
+              "               RT <100 : 2>\n"
+              "  5  Source Active A-D    RD 65000:99999    source 10.99.12.4       group 239.251.255.228\n"
+              "       cross   marker 0xffffffff: a VPN, or a route target\n"
+              "               RT <100 : 1>");
+    EXPECT_NE(shown.out.find("  blocks leaked: 0\n"), std::string::npos);
+
+    const Outcome withdrawn = run("table " + both + " " + write("good", kGood));
+    EXPECT_NE(withdrawn.out.find("  1 route\n"), std::string::npos) << withdrawn.out;
+    EXPECT_EQ(withdrawn.out.find("RD 65000:99999"), std::string::npos);
+}
+
+TEST_F(CommandTest, TableTellsRefusalsLikeDecodeAndShowsTheGoodRoutes)
+{
+    const std::string file = write("refused", kRefused + intra_update());
+    const Outcome table = run("table " + file);
+    EXPECT_EQ(table.status, 1);
+    EXPECT_EQ(table.err, run("decode " + file).err);
+    EXPECT_NE(table.err, "");
+    EXPECT_NE(table.out.find("  1 route\n"), std::string::npos);
+}
+
+TEST_F(CommandTest, TableFiltersMatchTermsAndComponents)
+{
+    const std::string file = write("both", kTargets + intra_update());
+    EXPECT_NE(run("table --type 1 " + file).out.find("  2 routes, 1 shown\n"), std::string::npos);
+    EXPECT_NE(run("table --rt 100:1 " + file).out.find("RD 65000:99999"), std::string::npos);
+    EXPECT_EQ(run("table --rt 100:1 " + file).out.find("RD 100:1"), std::string::npos);
+    EXPECT_EQ(run("table " + file).out.find("match"), std::string::npos);
+    EXPECT_NE(run("table --match " + file).out.find("               38  route type 1\n"), std::string::npos);
+    const std::string leaf =
+        write("leaf", kMarker + "004202 0000 002b c01008 0002006400000001 800e1d 000105 04 0a0a0603 "
+                                "00 0412 010c 0000006400000001 c0000201 c0000202 \n");
+    EXPECT_NE(run("table " + leaf).out.find("rewritten RT <"), std::string::npos) << run("table " + leaf).err;
+    EXPECT_NE(run("table --component mvrf " + leaf).out.find("Leaf A-D, answers Intra-AS I-PMSI A-D RD 100:1"),
+              std::string::npos);
+}
+
+TEST_F(CommandTest, PolicyShowsCommunitiesBeforeAndAfter)
+{
+    const std::string file = write("intra", intra_update());
+    const auto after = [&](const std::string &arguments) {
+        const Outcome outcome = run("policy --json " + arguments + " " + file);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        std::istringstream lines(outcome.out);
+        std::string line;
+        std::vector<std::string> texts;
+        while (std::getline(lines, line)) {
+            const nlohmann::json object = nlohmann::json::parse(line);
+            if (object["kind"] == "route") {
+                EXPECT_EQ(object["before"].size(), 2U);
+                for (const nlohmann::json &community : object["after"]) {
+                    texts.push_back(community["text"]);
+                }
+            }
+        }
+        return texts;
+    };
+    using Texts = std::vector<std::string>;
+    EXPECT_EQ(after("--action add --rt 1:1 --rt 192.0.2.1:5 --rt 70000:5"),
+              (Texts{"RT <1 : 1>", "RT <100 : 2>", "RT <192.0.2.1 : 5>", "RT <1.4464 : 5>", "Source AS <64500 : 0>"}));
+    EXPECT_EQ(after("--action replace --rt 1:1"), (Texts{"RT <1 : 1>", "Source AS <64500 : 0>"}));
+    EXPECT_EQ(after("--action replace"), Texts{"Source AS <64500 : 0>"});
+    EXPECT_EQ(after("--action delete"), Texts{"Source AS <64500 : 0>"});
+    EXPECT_EQ(after("--action delete --rt 1:1"), Texts{"Source AS <64500 : 0>"});
+    EXPECT_EQ(after("--action delete --match-rt 1:1"), Texts{});
+    EXPECT_NE(run("policy --action delete " + write("targets", kTargets))
+                  .out.find("       before  RT <100 : 1>\n       after   no communities remain\n"),
+              std::string::npos);
+}
+
+// The routes that are announced and not withdrawn again, by what the samples' script says of them.
+TEST_F(CommandTest, TablesOfTheSamplesHoldWhatRemains)
+{
+    static const std::vector<const char *> parts{"afi",    "type",  "rd",         "rd_type", "source_as",
+                                                 "source", "group", "originator", "leaf",    "answers"};
+    const auto identity = [](const nlohmann::json &route) {
+        nlohmann::json out;
+        for (const char *part : parts) {
+            if (route.contains(part)) {
+                out[part] = route[part];
+            }
+        }
+        return out.dump();
+    };
+    const nlohmann::json expected = nlohmann::json::parse(std::ifstream(QEL_SAMPLES_DIR "/expected.json"));
+    for (const char *name : {"ngmvpn.pcap", "ngmvpn.pcapng", "ngmvpn-refused.pcap", "attributes.pcap"}) {
+        std::set<std::string> remain;
+        for (const nlohmann::json &route : expected[name]["accepted"]) {
+            if (route["action"] == "announce") {
+                remain.insert(identity(route));
+            } else {
+                remain.erase(identity(route));
+            }
+        }
+        std::set<std::string> shown;
+        std::istringstream lines(run(std::string("table --json " QEL_SAMPLES_DIR "/") + name).out);
+        for (std::string line; std::getline(lines, line);) {
+            const nlohmann::json object = nlohmann::json::parse(line);
+            if (object["kind"] == "route") {
+                EXPECT_TRUE(shown.insert(identity(object)).second) << name << ": twice: " << line;
+            }
+        }
+        EXPECT_EQ(shown, remain) << name;
+        EXPECT_GT(shown.size(), 10U) << name;
+    }
 }
 
 } // namespace

@@ -350,7 +350,7 @@ TEST_F(AttributesTest, ValuesAreTheWiresForEveryTypeOfCommunity)
         WalkStep step;
         ASSERT_TRUE(AttributeWalk(family, 16, wire).next(step));
         attributes.add(std::move(step.block));
-        const Community value = community(attributes.info(), 0);
+        const Community value = attributes.view().value().community(0);
         EXPECT_EQ(value.type, type);
         EXPECT_EQ(Bytes(value.octets.begin(), value.octets.end()), (Bytes{1, 2, 3, 4, 5, 6})) << type;
 

@@ -190,7 +190,7 @@ TEST_F(FilterTest, RefusalsAreStillReportedAndCounted)
     run.message(update(mp_reach(1, 5, kNextHop, join({kType8, kActive}))))
         .message(update(join({attribute(16, bytes("00")), mp_reach(1, 5, kNextHop, join({kType8, kJoin}))})))
         .message(update(mp_unreach(1, 5, {})))
-        .message(update(mp_unreach(1, 66, Bytes(17))));
+        .message(update(mp_unreach(1, 66, bytes("80 0000006400000001 0a000001 ef010101"))));
     const std::vector<nlohmann::json> out = lines(run.text());
     ASSERT_EQ(out.size(), 1U);
     EXPECT_EQ(out[0]["nlri"][0]["routes"].size(), 1U);

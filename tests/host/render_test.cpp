@@ -418,7 +418,8 @@ TEST_F(RendererTest, JsonLineHoldsEverything)
     renderer->end_nlri(true);
     mp.safi = 66;
     mp.attribute = kAttrMpUnreach;
-    renderer->begin_nlri(*find_family(1, 66), mp);
+    static constexpr FamilyInfo kNamedOnly{FamilyKind::mdt, 1, 66, "mdt", "MDT", nullptr, nullptr};
+    renderer->begin_nlri(kNamedOnly, mp);
     renderer->end_nlri(true);
     renderer->attribute_trouble({WalkStep::Kind::refused, 22, 0x3000b, 90, octets});
     renderer->end_update(true);

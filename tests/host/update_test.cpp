@@ -1,6 +1,7 @@
 #include "host/update.h"
 
 #include "update_builder.h"
+#include "walk_text.h"
 
 #include <fmt/format.h>
 
@@ -19,6 +20,7 @@ using test::kMemHandle;
 using test::LeakCheck;
 using test::mp_reach;
 using test::mp_unreach;
+using test::show_walk;
 using test::update;
 
 // --- the frame --------------------------------------------------------------------------------------------------
@@ -172,37 +174,6 @@ TEST(MpAttributeTest, TooShortOnesAreMalformed)
 }
 
 // --- the walk ---------------------------------------------------------------------------------------------------
-
-// "route@0+24 refused:60002@24+14 unread@38+2", the octets checked against what was walked.
-std::string show_walk(const Family &family, std::uint8_t type, const Bytes &octets)
-{
-    const ExactCopy copy(octets);
-    AttributeWalk walk(family, type, {copy.data(), copy.size()});
-    std::string out;
-    for (WalkStep step; walk.next(step);) {
-        EXPECT_EQ(step.octets.data(), copy.data() + step.offset);
-        EXPECT_EQ(step.block != nullptr, step.kind == WalkStep::Kind::block);
-        switch (step.kind) {
-        case WalkStep::Kind::block:
-            out += "route";
-            break;
-        case WalkStep::Kind::refused:
-            out += fmt::format("refused:{:x}", step.code);
-            break;
-        case WalkStep::Kind::lost:
-            out += "lost";
-            break;
-        case WalkStep::Kind::unread:
-            out += "unread";
-            break;
-        case WalkStep::Kind::not_carried:
-            out += fmt::format("not-carried:{:x}", step.code);
-            break;
-        }
-        out += fmt::format("@{}+{} ", step.offset, step.octets.size());
-    }
-    return out.empty() ? out : out.substr(0, out.size() - 1);
-}
 
 // Routes of the IPv4 family.
 const Bytes kJoin = bytes("06 16 0000 fde8 0001869f 0000fde8 20 0a63c701 20 effbffe4");      // 24 octets
