@@ -63,7 +63,8 @@ uint32_t QEL_NGMVPN_ParseRtIPv6ExtCommunityTlv(const uint8_t *pucData, uint32_t 
 }
 
 /* Writes a copy of the list in network order; the route's own list stays in host order. kept: the length is the low 16
- * bits of the route's; and the context is not looked at, so that without one a list gives QEL_ERR_MEMORY */
+ * bits of the route's; the context is not looked at, so that without one a list gives QEL_ERR_MEMORY; and a list of no
+ * octets is answered like a failed allocation */
 static uint32_t QEL_NGMVPN_FormatListTlv_(const uint8_t *pucList, uint16_t usLen, uint32_t uiElement,
                                           uint8_t **ppucCursor, uint32_t uiOutLen, QEL_FAMILY_CTX_S *pstCtx)
 {
@@ -168,6 +169,7 @@ const QEL_NGMVPN_PMSI_TNL_AT_S *QEL_NGMVPN_GetPmsiTnlFromTlv(const QEL_ROUTE_INF
     if (QEL_Missing(pstRoute) || QEL_Missing(puiPmsiLen)) {
         return nullptr;
     }
+    /* kept: the import attribute overrides the route's own tunnel for every caller */
     const QEL_NGMVPN_IMPORT_ATTR_AT_S *pstImport = pstRoute->pstImportAttr;
     if (pstImport == nullptr) {
         *puiPmsiLen = pstRoute->uiPmsiLen;

@@ -72,6 +72,7 @@ uint32_t QEL_NGMVPN_ParseRtPrefixTlvNew(const uint8_t *pucData, uint32_t uiLen, 
         return uiRet;
     }
     uint8_t ucRdKind = 0;
+    /* kept: a fault of the message kind is reported even where the route type is then refused; hosts count reports */
     QEL_NGMVPN_ParseMsgTypeSwitchRdType(pucData[0], &ucRdKind, uiMsgKind, ucDefault);
     return QEL_NGMVPN_ParseCheckedRtPrefix_(pucData, uiLen, ppstResult, ucRdKind, pstCtx);
 }
@@ -205,6 +206,8 @@ static uint32_t QEL_NGMVPN_ParseHaRtPrefix_(const uint8_t *pucData, uint32_t uiL
     if (QEL_Missing(pucData) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx) || QEL_Zero(uiLen)) {
         return QEL_ERR_NULL;
     }
+    /* kept: this one octet tells the older form, which starts with its route type, from a TLV header, which starts
+     * with 0; backups of older releases send it */
     if (pucData[0] >= QEL_NGMVPN_WIRE_INTRA_IPMSI_AD && pucData[0] <= QEL_NGMVPN_WIRE_SOURCE_TREE_JOIN) {
         return pfParseOld(pucData, uiLen, ppstResult, pstCtx);
     }
@@ -377,6 +380,7 @@ uint8_t *QEL_NGMVPN_ParseRoutePathIPv6ExtComTlv(const uint8_t **ppucCursor, uint
                                                 QEL_FAMILY_CTX_S *pstCtx)
 {
     static constexpr uint16_t usElement = sizeof(QEL_IPV6_EXTCOMM_S);
+    /* kept: the length is cleared first here, the 8-byte reader leaves it alone; callers go by the pointer */
     *pusAttrLen = 0;
     if (usTlvLen < usElement || usTlvLen % usElement != 0) {
         return nullptr;
@@ -434,6 +438,7 @@ uint8_t *QEL_NGMVPN_ParseRoutePathPfxSidTlv(const uint8_t **ppucCursor, uint16_t
         *pusAttrLen = 0;
         return nullptr;
     }
+    /* kept: never the inline buffer, though it is given back like one; a record outlives the message that carried it */
     void *pvSid = ZVK_SimpleAlloc_F(pstCtx->uiMemHandle, sizeof(QEL_NGMVPN_PFXSID_S), __FILE__, __LINE__);
     if (QEL_Missing(pvSid)) {
         return nullptr;
@@ -523,7 +528,8 @@ uint8_t *QEL_NGMVPN_ParseRoutePathMsidTlv(const uint8_t **ppucCursor, uint16_t u
 typedef uint8_t *(*QEL_NGMVPN_ATTR_READER_F)(const uint8_t **ppucCursor, uint16_t usTlvLen, uint16_t *pusAttrLen,
                                              QEL_FAMILY_CTX_S *pstCtx);
 
-/* The shape of the attribute handlers: the first attribute of a message wins, and the next one stays unread. */
+/* The shape of the attribute handlers. kept: the first attribute of a message wins; the next is reported and left under
+ * the cursor, and peers are used to what is read there */
 static void QEL_NGMVPN_TakeAttr_(QEL_NGMVPN_ATTR_READER_F pfReader, uint8_t ucAttrFlag, uint8_t ucAttrType,
                                  const uint8_t **ppucCursor, uint16_t usTlvLen, uint8_t **ppucAttrData,
                                  QEL_ROUTE_VIEW_S *pstView, QEL_FAMILY_CTX_S *pstCtx)
@@ -764,7 +770,8 @@ const uint8_t *QEL_NGMVPN_FormatExtComTlvGetExtCommunity_(const QEL_ROUTE_INFO_S
     return bIpv6 ? pstRoute->pucIpv6ExtComm : pstRoute->pucExtComm;
 }
 
-/* The first element with that Sub-type octet, or null. */
+/* The first element with that Sub-type octet, or null. kept: the Type is not looked at; policies count on unknown kinds
+ */
 static const uint8_t *QEL_NGMVPN_FindSubType_(const uint8_t *pucList, uint32_t uiCount, uint16_t usElement,
                                               uint8_t ucSubType)
 {
@@ -1078,6 +1085,8 @@ uint32_t QEL_NGMVPN_FormatRtNonKeyTlv(const QEL_ROUTE_INFO_S *pstRoute, uint8_t 
 
 /* What another component adds to a route that is there already. */
 
+/* kept: RD and user data that the route had are not taken over, and the length is not looked at; the other component
+ * sends whole records */
 uint32_t QEL_NGMVPN_ParseNonkeyTlv(const QEL_ROUTE_INFO_S *pstRoute, const uint8_t *pucData, uint32_t /* uiLen */,
                                    QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
 {
@@ -1141,7 +1150,8 @@ static uint32_t QEL_NGMVPN_OutputJoined_(uint8_t *pucWork, uint16_t usTotal, QEL
     return QEL_NGMVPN_OutputData(ppstResult, &stView, pstCtx->uiMemHandle);
 }
 
-/* Whether routes of that key type take on communities of another component. */
+/* Whether routes of that key type take on communities of another component. kept: the others go out all the same, with
+ * their own list cleaned; the host waits for a block */
 static bool QEL_NGMVPN_TakesCommunities_(uint32_t uiKeyType)
 {
     return uiKeyType != QEL_NGMVPN_KEY_IPMSI_LEAF_AD && uiKeyType != QEL_NGMVPN_KEY_SPMSI_LEAF_AD &&

@@ -635,7 +635,7 @@ void QEL_NGMVPN_ParseMsgTypeSwitchRdType(uint32_t uiRouteType, uint8_t *pucRdKin
     switch (uiMsgKind) {
     case 1:
     case QEL_NGMVPN_MSG_KIND_PKT:
-    case 12:
+    case 12: /* kept: nothing here sends it; hosts do */
         *pucRdKind = QEL_NGMVPN_RD_KIND_KEY;
         break;
     case 5:

@@ -487,7 +487,9 @@ typedef struct {
     uint8_t *pucCopy; /* the list's memory where it is not the route's own, from the memory handle */
 } QEL_NGMVPN_OUT_LIST_S;
 
-/* Step: the list without the elements that do not go to the peer, as a block. */
+/* Step: the list without the elements that do not go to the peer, as a block. kept: a list that this rule empties has
+ * the code of an empty view, one that the removal of the Segmented Next-Hop empties succeeds; hosts tell the two apart
+ */
 static uint32_t QEL_NGMVPN_OutputAllowed_(const QEL_NGMVPN_OUT_LIST_S *pstList, uint32_t uiCtrlFlag,
                                           QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
 {

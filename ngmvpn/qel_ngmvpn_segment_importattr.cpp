@@ -109,6 +109,8 @@ uint32_t QEL_NGMVPN_FormatImportAttrNlriSpmsiAd_(const QEL_NGMVPN_IMPORT_ATTR_AT
 uint32_t QEL_NGMVPN_FormatImportAttrNlri(const QEL_NGMVPN_IMPORT_ATTR_AT_S *pstAttr, uint8_t **ppucCursor,
                                          uint32_t uiMaxLen, QEL_FAMILY_CTX_S * /* pstCtx */)
 {
+    /* kept: 104 octets asked for and 100 taken, in the reader too, which has the code of a short room for a short value
+     */
     if (uiMaxLen < QEL_NGMVPN_LEAST_LEN) {
         return QEL_ERR_SPACE;
     }
@@ -220,6 +222,8 @@ static uint32_t QEL_NGMVPN_PutImportKey_(QEL_NGMVPN_IMPORT_WRITER_S *pstWriter,
     uint32_t uiRet =
         QEL_NGMVPN_FormatImportAttrNlri(pstAttr, &pstWriter->pucCursor, pstWriter->uiMaxLen, pstWriter->pstCtx);
     if (uiRet != QEL_OK) {
+        /* kept: another function's name, here and in the reader; operators search their logs for the words as they are
+         */
         QEL_NGMVPN_Debug(pstWriter->pstCtx, __LINE__,
                          "QEL_NGMVPN_FormatImportAttrTlv failed, because FormatMcImportRouteNlri %d", uiRet);
         return uiRet;
@@ -251,6 +255,7 @@ static uint32_t QEL_NGMVPN_PutSegHead_(QEL_NGMVPN_IMPORT_WRITER_S *pstWriter, co
         return QEL_ERR_SPACE;
     }
     uint8_t *pucHead = pstWriter->pucCursor;
+    /* kept: one octet of the flags, and the three behind it stay as the buffer holds them; the reader skips them */
     pucHead[0] = static_cast<uint8_t>(pstSeg->uiAttrFlag);
     uint8_t *pucSnh = pucHead + QEL_NGMVPN_AT_SEG_SNH;
     QEL_Copy(pucSnh, QEL_NGMVPN_SNH_LEN, pstSeg->aucSnh, QEL_NGMVPN_SNH_LEN);
@@ -324,9 +329,11 @@ uint32_t QEL_NGMVPN_FormatImportAttrTlv(const QEL_ROUTE_INFO_S *pstRoute, uint8_
     if (QEL_Missing(pstRoute) || QEL_Missing(pstRoute->pstImportAttr) || QEL_Missing(ppucCursor)) {
         return QEL_ERR_NULL;
     }
+    /* kept: without a non-key nothing is written, though none of it is; hosts mark routes that have no message so */
     if (pstRoute->pucNonKey == nullptr) {
         return QEL_OK;
     }
+    /* kept: the words of these logs as they are ("ipmort", "orgi", "formate"); operators search for them */
     QEL_NGMVPN_Debug(pstCtx, __LINE__, "QEL_NGMVPN_FormatImportAttrTlv: input ipmort_pmsi");
     /* kept: the record's length, not the value's, has to fit; hosts offer more than either */
     if (pstRoute->uiImportAttrLen > uiMaxLen) {
@@ -376,6 +383,7 @@ uint32_t QEL_NGMVPN_ParseImportAttrNlri(const uint8_t **ppucCursor, uint32_t uiL
     const uint8_t *pucRd = pucValue + QEL_NGMVPN_AT_RD;
     const uint32_t uiRet = QEL_NGMVPN_ParseBgpRd(&pucRd, &pstKey->stRd, sizeof(pstKey->stRd), pstKey);
     *ppucCursor = pucValue + QEL_NGMVPN_IMPORT_VALUE_KEY_LEN;
+    /* kept: not the code that an RD has on the wire, and the cursor behind the key; the host gives the record up */
     return uiRet == QEL_OK ? QEL_OK : QEL_ERR_VALUE;
 }
 
@@ -524,6 +532,7 @@ static uint32_t QEL_NGMVPN_TakeSegPmsi_(QEL_NGMVPN_IMPORT_READER_S *pstReader, u
     const uint32_t uiRet = QEL_NGMVPN_ParseImportAttrPmsiTnl(
         &pstReader->pucCursor, usTlvLen, reinterpret_cast<uint8_t *>(&stTnl), &usOutLen, pstReader->pstCtx);
     if (uiRet != QEL_OK) {
+        /* kept: a writer's name in the reader; operators search their logs for the words as they are */
         QEL_NGMVPN_Debug(pstReader->pstCtx, __LINE__,
                          "QEL_NGMVPN_ParseImportAttrTlv failed, because FormatPmsiTnlTlv %d", uiRet);
         return uiRet;

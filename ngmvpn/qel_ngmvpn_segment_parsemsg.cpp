@@ -426,6 +426,7 @@ uint32_t QEL_NGMVPN_ParseRouteNokeyTlv(const uint8_t *pucData, uint16_t usRemain
             return uiRet;
         }
         uiRemain -= usTlvLen;
+        /* kept: less than a header and one octet is no TLV and no fault; senders pad */
         if (uiRemain <= QEL_NGMVPN_TLV_HEADER_LEN) {
             return QEL_OK;
         }
@@ -538,7 +539,8 @@ uint32_t QEL_NGMVPN_OutputImportAttr_(QEL_NGMVPN_SEG_NOKEY_S *pstSegNokey, QEL_R
     return uiRet;
 }
 
-/* kept: one message, one attribute; the others of the list are dropped, and the host sends one message for each */
+/* kept: one message, one attribute; the others of the list are dropped, and the host sends one message for each. A
+ * plain attribute overwrites the pointer to the block of the key message, which stays the host's */
 static uint32_t QEL_NGMVPN_OutputNokey_(QEL_NGMVPN_SEG_NOKEY_S *pstSegNokey, QEL_ROUTE_BLOCK_S **ppstResult,
                                         QEL_FAMILY_CTX_S *pstCtx)
 {
@@ -576,6 +578,7 @@ uint32_t QEL_NGMVPN_ParseMcImportRouteNoKeyTlv(const uint8_t *pucData, uint32_t 
     }
     uiRet = QEL_NGMVPN_OutputNokey_(&stSegNokey, ppstResult, pstCtx);
     QEL_NGMVPN_FreeSegNokeyStc(&stSegNokey, pstCtx);
+    /* kept: "success" whatever the code; operators search their logs for the words as they are */
     QEL_NGMVPN_Debug(pstCtx, __LINE__, "ParseMcImportRouteNoKeyTlv success, uiRetCode is %d", uiRet);
     return uiRet;
 }
@@ -807,6 +810,7 @@ uint32_t QEL_NGMVPN_FormatMcImportRouteNlri(const QEL_ROUTE_INFO_S *pstRoute, ui
     if (QEL_Missing(pstKey)) {
         return QEL_ERR_NULL;
     }
+    /* kept: the name of one route type for all; operators search their logs for the words as they are */
     if (QEL_NGMVPN_IsImportPmsi_(pstRoute) != 0) {
         QEL_NGMVPN_Debug(pstCtx, __LINE__, "QEL_NGMVPN_FormatBgpIntraIpmsiAdNlriKey Import pmsi, type(%d).",
                          pstKey->uiKeyType);
@@ -883,6 +887,12 @@ static void QEL_NGMVPN_EndTlv_(uint8_t *pucHeader, const uint8_t *pucCursor)
 {
     const ptrdiff_t lLen = pucCursor - pucHeader - static_cast<ptrdiff_t>(QEL_NGMVPN_TLV_HEADER_LEN);
     QEL_StoreBe16(pucHeader + sizeof(uint16_t), static_cast<uint16_t>(lLen));
+}
+
+/* The room that the community writer is told, which counts in 16 bits. */
+static uint16_t QEL_NGMVPN_Room16_(uint32_t uiRoom)
+{
+    return uiRoom < UINT16_MAX ? static_cast<uint16_t>(uiRoom) : UINT16_MAX;
 }
 
 /* What is left of the room of a writer that began at pucStart. */
@@ -989,10 +999,10 @@ uint32_t QEL_NGMVPN_FormatPmsiAdAttrs(const QEL_ROUTE_INFO_S *pstRoute, uint8_t 
         return uiRet;
     }
     /* kept: the record's community goes out without a look at the flag that says whether it is valid; its Sub-type
-     * decides, and a cleared one has none. The room goes along in 16 bits; no message is longer. */
-    uiRet = QEL_NGMVPN_FormatExtComTlv(pstRoute, QEL_NGMVPN_TLV_SNH, QEL_NGMVPN_SUBTYPE_SNH, &pucCursor,
-                                       static_cast<uint16_t>(QEL_NGMVPN_RoomLeft_(uiMaxLen, *ppucCursor, pucCursor)),
-                                       pstCtx);
+     * decides, and a cleared one has none. */
+    uiRet =
+        QEL_NGMVPN_FormatExtComTlv(pstRoute, QEL_NGMVPN_TLV_SNH, QEL_NGMVPN_SUBTYPE_SNH, &pucCursor,
+                                   QEL_NGMVPN_Room16_(QEL_NGMVPN_RoomLeft_(uiMaxLen, *ppucCursor, pucCursor)), pstCtx);
     if (uiRet != QEL_OK) {
         QEL_NGMVPN_Debug(pstCtx, __LINE__, "FormatMcImportRouteNoKeyTlv failed, because FormatExtComTlv %d", uiRet);
         return uiRet;
@@ -1016,14 +1026,14 @@ uint32_t QEL_NGMVPN_FormatLeafAdExtCom(const QEL_ROUTE_INFO_S *pstRoute, uint8_t
     }
     uint8_t *pucCursor = *ppucCursor;
     uint32_t uiRet = QEL_NGMVPN_FormatExtComTlv(pstRoute, QEL_NGMVPN_TLV_RT_IMPORT, QEL_NGMVPN_EXTCOMM_SUB_RT,
-                                                &pucCursor, static_cast<uint16_t>(uiMaxLen), pstCtx);
+                                                &pucCursor, QEL_NGMVPN_Room16_(uiMaxLen), pstCtx);
     if (uiRet != QEL_OK) {
         QEL_NGMVPN_Debug(pstCtx, __LINE__, "FormatMcImportRouteNoKeyTlv failed, because FormatExtComTlv %d", uiRet);
         return uiRet;
     }
-    uiRet = QEL_NGMVPN_FormatExtComTlv(pstRoute, QEL_NGMVPN_TLV_RT6_IMPORT, QEL_NGMVPN_EXTCOMM_SUB_RT, &pucCursor,
-                                       static_cast<uint16_t>(QEL_NGMVPN_RoomLeft_(uiMaxLen, *ppucCursor, pucCursor)),
-                                       pstCtx);
+    uiRet =
+        QEL_NGMVPN_FormatExtComTlv(pstRoute, QEL_NGMVPN_TLV_RT6_IMPORT, QEL_NGMVPN_EXTCOMM_SUB_RT, &pucCursor,
+                                   QEL_NGMVPN_Room16_(QEL_NGMVPN_RoomLeft_(uiMaxLen, *ppucCursor, pucCursor)), pstCtx);
     if (uiRet != QEL_OK) {
         QEL_NGMVPN_Debug(pstCtx, __LINE__, "FormatMcImportRouteNoKeyTlv failed(IPv6) because FormatExtComTlv %d",
                          uiRet);

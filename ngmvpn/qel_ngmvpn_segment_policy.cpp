@@ -14,7 +14,8 @@
 static constexpr uint32_t QEL_NGMVPN_ELEMENT_LEN = sizeof(QEL_EXTCOMM_S);
 static constexpr uint32_t QEL_NGMVPN_PMSI_LEN_MIN = 5;
 
-/* Places in the value of action 61; what stands between and behind them is not read. */
+/* Places in the value of action 61. kept: what stands between them is not read, and they are read whatever the length
+ * says; the engine keeps more there */
 static constexpr uint32_t QEL_NGMVPN_ACTION_PLY_TYPE_AT = 0;
 static constexpr uint32_t QEL_NGMVPN_ACTION_ROOT_IP_AT = 4;
 static constexpr uint32_t QEL_NGMVPN_ACTION_TEMP_ID_AT = 20;
@@ -288,6 +289,7 @@ int32_t QEL_NGMVPN_CmpPmsiAttr(const QEL_NGMVPN_IMPORT_ATTR_AT_S *pstA, const QE
     const int32_t iResult =
         QEL_NGMVPN_CmpPmsi(pstA->aucPmsiData + pstA->stOriginalAttr.usPmsiOffset, pstA->stOriginalAttr.usPmsiLen,
                            pstB->aucPmsiData + pstB->stOriginalAttr.usPmsiOffset, pstB->stOriginalAttr.usPmsiLen);
+    /* kept: "SNH CMP PMSI" as it is; operators search their logs for the words */
     QEL_NGMVPN_Debug(pstCtx, __LINE__, "SetAttrAfterPlcy SNH CMP PMSI: %d.", iResult);
     return iResult;
 }
@@ -415,6 +417,7 @@ uint32_t QEL_NGMVPN_SetAttrAfterPlcyWhenPlcyOrSnhDiff(const QEL_NGMVPN_IMPORT_AT
     QEL_Copy(pstMerged, usLen, pstNewAttr, QEL_NGMVPN_IMPORT_ATTR_FIXED_LEN);
     QEL_NGMVPN_CopyPmsi_(pstMerged, usLen, 0, pstNewAttr->aucPmsiData, usNewPmsiLen);
     QEL_NGMVPN_SEG_ATTR_S *pstReplaced = &pstMerged->stReplacedAttr;
+    /* kept: what the old set does not hold stays the new record's, under the old flags; readers go by the flags */
     pstReplaced->uiAttrFlag = pstOldAttr->stReplacedAttr.uiAttrFlag;
     if ((pstReplaced->uiAttrFlag & QEL_NGMVPN_SEG_SNH) != 0) {
         QEL_Copy(pstReplaced->aucSnh, sizeof(pstReplaced->aucSnh), pstOldAttr->stReplacedAttr.aucSnh,
@@ -450,6 +453,7 @@ static bool QEL_NGMVPN_DecideUnanswered_(const QEL_ROUTE_INFO_S *pstOld, const Q
 {
     const QEL_NGMVPN_IMPORT_ATTR_AT_S *pstOldAttr = pstOld->pstImportAttr;
     if (pstOldAttr == nullptr) {
+        /* kept: the blank at the end; operators search their logs for the words as they are */
         QEL_NGMVPN_Debug(pstCtx, __LINE__,
                          "SetAttrAfterPlcy DENY + NEED_PROC(Y) + output(NEW), old import_pmsi is NULL ");
     } else if ((pstOldAttr->stReplacedAttr.uiAttrFlag & QEL_NGMVPN_SEG_SET) == 0) {
