@@ -1,4 +1,5 @@
 // MDT and VPNv4 multicast on the road that NG-MVPN takes: walk, listing, JSON, filters, tables, policy.
+#include "loss_on_purpose.h"
 #include "table_session.h"
 #include "walk_text.h"
 
@@ -539,6 +540,7 @@ TEST_F(MdtVpnv4Test, AnActionThatFindsNoMemoryIsToldAndTheOtherRoutesAreShown)
 TEST_F(MdtVpnv4Test, DeletedTargetsOfVpnv4RoutesLeaveTheBlocksThatTheSummaryTells)
 {
     const Bytes list = bytes("0002006400000001 0009006400000000");
+    const LossOnPurpose loss;
     for (const std::uint8_t safi : {kMdt, kVpnv4}) {
         Tables tables(Component::mvpn, kMemHandle + 7);
         tables.announce(safi == kMdt ? join({kA1, kA2, kA1OtherRd}) : join({kBare16, kBare24, kBareHost}), list, 1,

@@ -2,6 +2,7 @@
 // copies with the promised slack behind them, tunnels on the wire and in records, the blocks that must come out.
 #pragma once
 
+#include "loss_on_purpose.h"
 #include "segment_cases.h"
 
 #include "ngmvpn/qel_ngmvpn_segment_importattr.h"
@@ -11,17 +12,6 @@
 #include <regex>
 #include <string>
 #include <vector>
-
-#if defined(__SANITIZE_ADDRESS__)
-#define QEL_TEST_LEAK_SANITIZER
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define QEL_TEST_LEAK_SANITIZER
-#endif
-#endif
-#if defined(QEL_TEST_LEAK_SANITIZER)
-#include <sanitizer/lsan_interface.h>
-#endif
 
 namespace qel::test {
 
@@ -61,25 +51,6 @@ public:
 private:
     std::size_t size_;
     ExactCopy copy_;
-};
-
-// Blocks that are lost on purpose while it lives are not the leak sanitizer's concern; the accounts still show them.
-class [[maybe_unused]] LossOnPurpose {
-public:
-#if defined(QEL_TEST_LEAK_SANITIZER)
-    LossOnPurpose()
-    {
-        __lsan_disable();
-    }
-    ~LossOnPurpose()
-    {
-        __lsan_enable();
-    }
-#else
-    LossOnPurpose() = default;
-#endif
-    LossOnPurpose(const LossOnPurpose &) = delete;
-    LossOnPurpose &operator=(const LossOnPurpose &) = delete;
 };
 
 // An instance on a memory handle of its own, where lost blocks may be counted.

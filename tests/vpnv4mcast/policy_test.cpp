@@ -2,19 +2,9 @@
 #include "vpnv4mcast_cases.h"
 
 #include "dirty_heap.h"
+#include "loss_on_purpose.h"
 
 #include <random>
-
-#if defined(__SANITIZE_ADDRESS__)
-#define QEL_TEST_LEAK_SEARCH 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define QEL_TEST_LEAK_SEARCH 1
-#endif
-#endif
-#ifdef QEL_TEST_LEAK_SEARCH
-#include <sanitizer/lsan_interface.h>
-#endif
 
 namespace qel::test {
 namespace {
@@ -773,15 +763,10 @@ protected:
     // The delete's call with what it keeps: told to the sanitizer's own search for lost memory.
     Made del(std::string_view list, std::string_view value)
     {
-#ifdef QEL_TEST_LEAK_SEARCH
-        const __lsan::ScopedDisabler lost_on_purpose;
-#endif
+        const LossOnPurpose loss;
         return apply(kDelete, list, value, ctx_);
     }
-    static platform::HandleUsage usage()
-    {
-        return platform::usage(kKeptHandle);
-    }
+    static platform::HandleUsage usage() { return platform::usage(kKeptHandle); }
 
     QEL_FAMILY_DESC_S desc_{};
     QEL_FAMILY_CTX_S *ctx_;
