@@ -75,9 +75,9 @@ RouteTable::Insertion RouteTable::insert_or_replace(StoredRoute route)
         *slot.route = std::move(route);
         return {Change::replaced, slot.route.get()};
     }
-    Slot slot{std::make_unique<StoredRoute>(std::move(route)), key};
-    StoredRoute *stored = slot.route.get();
-    slots_.insert(place, std::move(slot));
+    auto owned = std::make_unique<StoredRoute>(std::move(route));
+    StoredRoute *stored = owned.get();
+    slots_.insert(place, {std::move(owned), key});
     return {Change::added, stored};
 }
 
