@@ -2,6 +2,13 @@
 
 #include <fmt/format.h>
 
+#if __has_include(<valgrind/callgrind.h>)
+#include <valgrind/callgrind.h>
+#else
+#define CALLGRIND_ZERO_STATS
+#define CALLGRIND_DUMP_STATS_AT(name) static_cast<void>(name)
+#endif
+
 #include <algorithm>
 #include <cstdlib>
 #include <utility>
@@ -54,6 +61,28 @@ private:
     Results results_;
 };
 
+// Callgrind's count of a run of few and of a run of many iterations: what they differ by belongs to the iterations
+// alone.
+constexpr benchmark::IterationCount kFewIterations = 10;
+constexpr benchmark::IterationCount kManyIterations = 1010;
+
+void register_counted(const std::string &name, const std::function<void(benchmark::State &)> &work)
+{
+    for (const benchmark::IterationCount iterations : {kFewIterations, kManyIterations}) {
+        const std::string dump = fmt::format("{}/{}", name, iterations);
+        benchmark::RegisterBenchmark(dump.c_str(), [work, dump](benchmark::State &state) {
+            CALLGRIND_ZERO_STATS;
+            work(state);
+            CALLGRIND_DUMP_STATS_AT(dump.c_str());
+        })->Iterations(iterations);
+    }
+}
+
+void register_timed(const std::string &name, const std::function<void(benchmark::State &)> &work)
+{
+    benchmark::RegisterBenchmark(name.c_str(), work);
+}
+
 } // namespace
 
 Bytes bytes(std::string_view hex)
@@ -101,8 +130,10 @@ double Results::fastest(const std::string &name) const
 
 int run(int argc, char **argv, const std::vector<Line> &lines, const std::function<void(const Results &)> &behind)
 {
-    const bool table = argc > 1 && std::string_view(argv[1]) == "--table";
-    if (table) {
+    const std::string_view first = argc > 1 ? argv[1] : "";
+    const bool table = first == "--table";
+    const bool count = first == "--count";
+    if (table || count) {
         std::rotate(argv + 1, argv + 2, argv + argc);
         --argc;
     }
@@ -110,9 +141,10 @@ int run(int argc, char **argv, const std::vector<Line> &lines, const std::functi
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return EXIT_FAILURE;
     }
+    const auto add = count ? register_counted : register_timed;
     for (const Line &line : lines) {
-        benchmark::RegisterBenchmark(run_name(line.operation, line.form, "whole").c_str(), line.whole);
-        benchmark::RegisterBenchmark(run_name(line.operation, line.form, "floor").c_str(), line.floor);
+        add(run_name(line.operation, line.form, "whole"), line.whole);
+        add(run_name(line.operation, line.form, "floor"), line.floor);
     }
     if (table) {
         TableReporter reporter(lines, behind);

@@ -50,7 +50,8 @@ private:
     std::map<std::string, double> times_;
 };
 
-// main() of a benchmark: [--table] [Google Benchmark's options]. `behind` is printed behind the table.
+// main() of a benchmark: [--table|--count] [Google Benchmark's options]. `behind` is printed behind the table; --count
+// runs each line twice under callgrind and has it dump its counts under "operation/form/side/iterations".
 int run(
     int argc, char **argv, const std::vector<Line> &lines,
     const std::function<void(const Results &)> &behind = [](const Results &) {});
