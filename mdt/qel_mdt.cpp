@@ -791,6 +791,7 @@ static uint32_t QEL_MDT_PutRouteText_(const QEL_ROUTE_INFO_S *pstRoute, char *pc
     /* kept: an RD that has no text is shown as nothing */
     (void)QEL_MDT_RdValueToStr(reinterpret_cast<const QEL_RD_VALUE_S *>(pstRoute->pucRd), acRd, sizeof(acRd));
     const QEL_MDT_KEY_AT_S *pstKey = QEL_MDT_KeyOf_(pstRoute);
+    /* kept: a mask of 32 though routes have none, and a blank at the end; the host's commands show it so */
     const int32_t iLen =
         snprintf_truncated_s(pcBuf, QEL_MDT_TEXT_LEN, "<%s>, %s/32, Group Address: %s ", acRd,
                              KVO_IpAddrToStr(pstKey->uiSource, acSource), KVO_IpAddrToStr(pstKey->uiGroup, acGroup));
@@ -852,6 +853,7 @@ static uint32_t QEL_MDT_Characters_(int32_t iLen)
     return static_cast<uint32_t>(iLen);
 }
 
+/* kept: no word for a Segmented Next-Hop, though NG-MVPN has one, and one for a SoO; the host's commands show it so */
 uint32_t QEL_MDT_ExtCommType2Str(char *pcOut, uint32_t uiOutLen, uint8_t ucSubType, uint8_t /* ucIgnored */)
 {
     if (QEL_Missing(pcOut)) {
@@ -1064,7 +1066,8 @@ uint32_t QEL_MDT_FormatCfgPrefix(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppu
     return QEL_OK;
 }
 
-/* kept: formatted with the caller's size, so that a text without room comes out cut and with success */
+/* kept: formatted with the caller's size, so that a text without room comes out cut and with success; in no table, and
+ * nobody here calls it; hosts do */
 uint32_t QEL_MDT_FormatCfgGrpAddr(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t uiOutLen,
                                   uint32_t *puiIndex, uint32_t *puiMore)
 {
@@ -1413,6 +1416,7 @@ uint32_t QEL_MDT_ConstructMatchIpGroup(const QEL_ROUTE_INFO_S *pstRoute, uint8_t
     return QEL_MDT_ConstructMatchIp_(pstRoute, offsetof(QEL_MDT_KEY_S, uiGroup), ppucCursor, puiRemain);
 }
 
+/* kept: in no table, and nobody here calls it; hosts do */
 uint32_t QEL_MDT_ConstructMatchIpSource(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor, uint32_t *puiRemain,
                                         QEL_FAMILY_CTX_S * /* pstCtx */)
 {
@@ -1459,6 +1463,11 @@ static uint32_t QEL_MDT_TakeHostList_(const uint8_t *pucValue, uint32_t uiValueL
 {
     if (uiValueLen == 0) {
         return QEL_OK;
+    }
+    /* with what stays of the route's list the length has to have 32 bits */
+    if (uiValueLen > UINT32_MAX - UINT16_MAX) {
+        QEL_Report(uiValueLen);
+        return QEL_ERR_MEMORY;
     }
     *ppucHost = static_cast<uint8_t *>(QEL_MDT_Malloc(pstCtx, uiValueLen));
     if (QEL_Missing(*ppucHost)) {
@@ -1578,6 +1587,7 @@ static uint32_t QEL_MDT_BuildNewList_(const QEL_ROUTE_INFO_S *pstRoute, uint32_t
     if (uiRet != QEL_OK) {
         return uiRet;
     }
+    /* kept: 38 is a second code of the add */
     if (uiActionType == QEL_MDT_ACTION_EXTCOMM_ADD || uiActionType == QEL_MDT_ACTION_EXTCOMM_ADD_OTHER) {
         uiRet = QEL_MDT_AddExtComm_(pstRoute, pucHost, uiValueLen, pstNew, pstCtx);
     } else if (uiActionType == QEL_MDT_ACTION_EXTCOMM_REPLACE) {
@@ -1595,6 +1605,7 @@ static uint32_t QEL_MDT_BuildNewList_(const QEL_ROUTE_INFO_S *pstRoute, uint32_t
 uint32_t QEL_MDT_ApplyExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiActionType, const uint8_t *pucValue,
                                    uint32_t uiValueLen, QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
 {
+    /* kept: a missing value is refused by every action, also by a delete, which reads none; the engine passes one */
     if (QEL_Missing(pstRoute) || QEL_Missing(pucValue) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
     }
@@ -1607,6 +1618,7 @@ uint32_t QEL_MDT_ApplyExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint32_t ui
         return QEL_MDT_BuildNoneValueOutput(ppstResult, pstCtx);
     }
     if (stNew.pucApply == nullptr) {
+        /* kept: 36 and 37 are taken and change nothing; policies of older releases name them */
         *ppstResult = nullptr;
         return QEL_OK;
     }

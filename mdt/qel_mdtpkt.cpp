@@ -193,6 +193,7 @@ static uint32_t QEL_MDT_OutputRoute_(const QEL_RD_VALUE_S *pstRd, const uint8_t 
     stKey.uiGroup = QEL_LoadBe32(pucAddrs + sizeof(uint32_t));
     QEL_MDT_NONKEY_S stNonKey = {};
     stNonKey.usFlags = QEL_MDT_NONKEY_SHARE_GROUP;
+    /* kept: the group a second time; as share group it imports the route, in the key it takes no part in the order */
     stNonKey.uiShareGroup = stKey.uiGroup;
     QEL_ROUTE_VIEW_S stView = {};
     stView.uiRdLen = sizeof(*pstRd);

@@ -435,8 +435,8 @@ const QEL_DISPATCH_ENTRY_S *QEL_NGMVPN_GetAttrMsgParseEntry(uint32_t uiType)
     return QEL_FindEntry(g_astQelNgmvpnAttrMsgParseTbl, uiType);
 }
 
-/* The operations: check the pointers, find the row, go on in its handler. The codes for a type without a handler are
- * not the same for all operations; the host tells the operations apart by them. */
+/* The operations: check the pointers, find the row, go on in its handler. kept: the codes for a type without a handler
+ * are not the same for all operations; the host tells the operations apart by them. */
 
 uint32_t QEL_NGMVPN_ParsePkt(const uint8_t **ppucCursor, uint32_t uiLen, uint32_t /* uiIgnored */, uint32_t uiAttrType,
                              QEL_ROUTE_BLOCK_S **ppstResult, uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)

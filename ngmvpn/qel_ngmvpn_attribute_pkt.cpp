@@ -35,6 +35,7 @@ static uint32_t QEL_NGMVPN_TakeList_(uint8_t *pucWork, uint32_t uiElement, uint1
 static uint32_t QEL_NGMVPN_OutputList_(uint8_t *pucWork, uint32_t uiLen, uint32_t uiElement, QEL_ROUTE_VIEW_S *pstView,
                                        QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
 {
+    /* kept: the count has 16 bits; no path attribute has more elements, and what is behind is not looked at */
     uint16_t usCount = static_cast<uint16_t>(uiLen / uiElement);
     const uint32_t uiRet = QEL_NGMVPN_TakeList_(pucWork, uiElement, &usCount, pstCtx);
     if (uiRet != QEL_OK) {
@@ -118,6 +119,7 @@ static uint32_t QEL_NGMVPN_FormatList_(const uint8_t *pucList, uint16_t usLen, u
     } else {
         QEL_NGMVPN_ConvertIPv6ExtCommunityHTON(reinterpret_cast<QEL_IPV6_EXTCOMM_S *>(pucCopy), uiCount);
     }
+    /* kept: a rest of less than one element goes out as it stands; the length is the route's own */
     QEL_Copy(*ppucCursor, uiOutLen, pucCopy, usLen);
     ZVK_Free_F(pucCopy, __FILE__, __LINE__);
     *ppucCursor += usLen;

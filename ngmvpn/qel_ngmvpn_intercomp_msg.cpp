@@ -247,7 +247,8 @@ uint32_t QEL_NGMVPN_FormatRtPrefixTlvNew(const QEL_ROUTE_INFO_S *pstRoute, uint8
     if (QEL_Missing(pstRoute) || QEL_Missing(ppucCursor) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
     }
-    /* kept: the key is not looked for; a route without one is never sent, and hosts know no code for it here */
+    /* kept: the key is not looked for; a route without one is never sent, and hosts know no code for it here. The kind
+     * changes nothing in the bytes: the receiver alone decides where the RD belongs */
     return QEL_NGMVPN_FormatNlriOfKey_(pstRoute, ppucCursor, uiOutLen, uiMsgKind);
 }
 
@@ -353,18 +354,28 @@ static uint8_t *QEL_NGMVPN_Made_(void *pvMem, uint32_t uiRet, QEL_FAMILY_CTX_S *
     return nullptr;
 }
 
-uint8_t *QEL_NGMVPN_ParseRoutePathExtComTlv(const uint8_t **ppucCursor, uint16_t usTlvLen, uint16_t *pusAttrLen,
-                                            QEL_FAMILY_CTX_S *pstCtx)
+/* A list of whole elements as it stands, in scratch memory; null: it is not one, or, after a report, no memory. */
+static void *QEL_NGMVPN_CopyOfList_(const uint8_t *pucList, uint16_t usTlvLen, uint16_t usElement,
+                                    QEL_FAMILY_CTX_S *pstCtx)
 {
-    static constexpr uint16_t usElement = sizeof(QEL_EXTCOMM_S);
     if (usTlvLen < usElement || usTlvLen % usElement != 0) {
         return nullptr;
     }
     void *pvList = QEL_NGMVPN_Scratch_(usTlvLen, pstCtx);
+    if (pvList != nullptr) {
+        QEL_Copy(pvList, usTlvLen, pucList, usTlvLen);
+    }
+    return pvList;
+}
+
+uint8_t *QEL_NGMVPN_ParseRoutePathExtComTlv(const uint8_t **ppucCursor, uint16_t usTlvLen, uint16_t *pusAttrLen,
+                                            QEL_FAMILY_CTX_S *pstCtx)
+{
+    static constexpr uint16_t usElement = sizeof(QEL_EXTCOMM_S);
+    void *pvList = QEL_NGMVPN_CopyOfList_(*ppucCursor, usTlvLen, usElement, pstCtx);
     if (pvList == nullptr) {
         return nullptr;
     }
-    QEL_Copy(pvList, usTlvLen, *ppucCursor, usTlvLen);
     auto *pastList = static_cast<QEL_EXTCOMM_S *>(pvList);
     auto usCount = static_cast<uint16_t>(usTlvLen / usElement);
     QEL_NGMVPN_ConvertExtCommunityNTOH(pastList, usCount);
@@ -382,14 +393,10 @@ uint8_t *QEL_NGMVPN_ParseRoutePathIPv6ExtComTlv(const uint8_t **ppucCursor, uint
     static constexpr uint16_t usElement = sizeof(QEL_IPV6_EXTCOMM_S);
     /* kept: the length is cleared first here, the 8-byte reader leaves it alone; callers go by the pointer */
     *pusAttrLen = 0;
-    if (usTlvLen < usElement || usTlvLen % usElement != 0) {
-        return nullptr;
-    }
-    void *pvList = QEL_NGMVPN_Scratch_(usTlvLen, pstCtx);
+    void *pvList = QEL_NGMVPN_CopyOfList_(*ppucCursor, usTlvLen, usElement, pstCtx);
     if (pvList == nullptr) {
         return nullptr;
     }
-    QEL_Copy(pvList, usTlvLen, *ppucCursor, usTlvLen);
     auto *pastList = static_cast<QEL_IPV6_EXTCOMM_S *>(pvList);
     auto usCount = static_cast<uint16_t>(usTlvLen / usElement);
     QEL_NGMVPN_ConvertIPv6ExtCommunityNTOH(pastList, usCount);
@@ -438,7 +445,8 @@ uint8_t *QEL_NGMVPN_ParseRoutePathPfxSidTlv(const uint8_t **ppucCursor, uint16_t
         *pusAttrLen = 0;
         return nullptr;
     }
-    /* kept: never the inline buffer, though it is given back like one; a record outlives the message that carried it */
+    /* kept: never the inline buffer, here and for the MSID, though it is given back like one; the host's memory
+     * accounts show one allocation for each */
     void *pvSid = ZVK_SimpleAlloc_F(pstCtx->uiMemHandle, sizeof(QEL_NGMVPN_PFXSID_S), __FILE__, __LINE__);
     if (QEL_Missing(pvSid)) {
         return nullptr;
@@ -622,8 +630,8 @@ void QEL_NGMVPN_ParseMcRoutePathNh(const uint8_t **ppucCursor, uint16_t usTlvLen
 }
 
 /* Step: the TLVs of a message, until one of them or less than one octet behind a header is left over. kept: the count
- * goes by the lengths and the place by what the handlers have read, so a TLV that nobody reads is read again as the
- * next header; peers are used to what comes of it */
+ * goes by the lengths, in 16 bits, and the place by what the handlers have read, so a TLV that nobody reads is read
+ * again as the next header; peers are used to what comes of it */
 static uint32_t QEL_NGMVPN_WalkRoutePath_(const uint8_t *pucData, uint32_t uiLen, uint8_t **ppucAttrData,
                                           QEL_ROUTE_VIEW_S *pstView, QEL_FAMILY_CTX_S *pstCtx)
 {
@@ -1133,7 +1141,8 @@ static void QEL_NGMVPN_JoinLists_(uint8_t *pucWork, uint16_t usTotal, const uint
     }
 }
 
-/* Step: the joined list, cleaned up, as a block. */
+/* Step: the joined list, cleaned up, as a block. kept: nothing is swapped, unlike in a message from a peer; both lists
+ * are in host order already */
 static uint32_t QEL_NGMVPN_OutputJoined_(uint8_t *pucWork, uint16_t usTotal, QEL_ROUTE_BLOCK_S **ppstResult,
                                          QEL_FAMILY_CTX_S *pstCtx)
 {

@@ -857,6 +857,7 @@ static inline uint8_t QEL_NGMVPN_PutInnerSpmsi_(uint8_t **ppucCursor, const QEL_
 
 /* ---- formatting ---- */
 
+/* kept: written anew from the key, where the I-PMSI form copies the wire's octets; hosts compare both as they are. */
 void QEL_NGMVPN_FormatSpmsiRoutekey(const QEL_NGMVPN_KEY_AT_S *pstKey, QEL_NGMVPN_NONKEY_S *pstNonKey,
                                     QEL_FAMILY_CTX_S * /* pstCtx */)
 {
@@ -1360,6 +1361,7 @@ int32_t QEL_NGMVPN_CmpIPv6ExtCommunity(const void *pvA, uint32_t uiLenA, const v
     }
     const uint32_t uiType = pstA->usType >> 8;
     const uint32_t uiSubType = pstA->usType & 0xFF;
+    /* kept: not the types whose value a list swaps; the order of stored lists hangs on it */
     if (uiType > 1 || (uiSubType != 2 && uiSubType != 11)) {
         return QEL_NGMVPN_CmpBytes_(pstA->auiAddr, pstB->auiAddr, sizeof(QEL_IPV6_EXTCOMM_S) - sizeof(uint16_t));
     }
@@ -1391,6 +1393,7 @@ uint32_t QEL_NGMVPN_CheckRouteForAdv(const QEL_ROUTE_INFO_S *pstRoute, uint32_t 
         return QEL_ERR_NULL;
     }
     if (uiCheckType != QEL_NGMVPN_CHECK_PEER) {
+        /* kept: passed without a look at the route; hosts ask so where they have decided already */
         *puiAdv = 1;
         return QEL_OK;
     }
@@ -1417,6 +1420,7 @@ uint32_t QEL_NGMVPN_CheckRoute(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_
     }
     const QEL_DISPATCH_ENTRY_S *pstEntry = QEL_FindEntry(g_astQelNgmvpnCheckRouteToAdvTbl, pstKey->uiKeyType);
     if (pstEntry == nullptr) {
+        /* kept: a type without row passes, unlike in the other tables; nothing new is held back by an old library */
         return 1;
     }
     if (pstEntry->pfCheckRoute == nullptr) {
@@ -1426,7 +1430,8 @@ uint32_t QEL_NGMVPN_CheckRoute(const QEL_ROUTE_INFO_S *pstRoute, const QEL_PEER_
     return pstEntry->pfCheckRoute(pstRoute, pstUserData, pstKey);
 }
 
-/* Whether an address of that length byte is of the peer's family. Every peer but an IPv4 one counts as IPv6. */
+/* Whether an address of that length byte is of the peer's family. kept: every peer but one of 4 octets counts as IPv6,
+ * while a C-multicast route asks for 16; which routes an odd peer gets depends on it */
 static uint32_t QEL_NGMVPN_FitsPeer_(const QEL_PEER_S *pstPeer, uint8_t ucAddrLen)
 {
     const uint8_t ucWanted =

@@ -29,6 +29,7 @@ uint32_t QEL_NGMVPN_ConstructRtpEntry(const QEL_ROUTE_INFO_S *pstRoute, QEL_RTP_
     }
     const QEL_NGMVPN_KEY_AT_S *pstKey = QEL_NGMVPN_KeyOf_(pstRoute);
     if (pstKey->uiKeyType != QEL_NGMVPN_KEY_INTRA_IPMSI_AD) {
+        /* kept: set here and cleared nowhere; an entry belongs to the engine, which hands out fresh ones */
         pstRtpEntry->usRtpFlags |= QEL_NGMVPN_RTP_NO_PREFIX;
         return QEL_OK;
     }
@@ -176,6 +177,7 @@ QEL_HOT_PATH uint32_t QEL_NGMVPN_ConstructMatchExtCommunity(const QEL_ROUTE_INFO
     if (pstRoute->pucExtComm == nullptr) {
         return QEL_OK;
     }
+    /* kept: the low 16 bits of a length that the length step counts whole; the header's length word has no more */
     const uint16_t usLen = static_cast<uint16_t>(pstRoute->uiExtCommLen);
     if (usLen + QEL_NGMVPN_MATCH_HDR_LEN > *puiRemain) {
         return QEL_ERR_SPACE;
@@ -245,6 +247,7 @@ uint32_t QEL_NGMVPN_ConstructMatchOrigiIp(const QEL_ROUTE_INFO_S *pstRoute, uint
     const QEL_ADDR_AT_S *pstOrigAddr =
         bIntra ? &pstKey->uKey.stIntraIpmsiAd.stOrigAddr : &pstKey->uKey.stSpmsiAd.stOrigAddr;
     const uint32_t uiOrigiIp = pstOrigAddr->uiIpv4;
+    /* kept: an originator that is not written needs its room all the same, as the length step counts it */
     if (*puiRemain < QEL_NGMVPN_MATCH_HDR_LEN + QEL_NGMVPN_MATCH_ORIGI_IP_LEN) {
         return QEL_ERR_SPACE;
     }
@@ -328,6 +331,7 @@ uint32_t QEL_NGMVPN_InitTempExtCommValue(const uint8_t *pucExtComm, uint32_t uiE
     if (QEL_Missing(ppucTemp) || QEL_Missing(pusTempLen) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
     }
+    /* kept: elements are counted in 16 bits, the action's too; an attribute has fewer and no buffer grows by more */
     const uint16_t usCount = static_cast<uint16_t>(uiExtCommLen / QEL_NGMVPN_EXTCOMM_LEN);
     if (usCount == 0) {
         return QEL_OK;
@@ -456,6 +460,7 @@ QEL_HOT_PATH uint32_t QEL_NGMVPN_ApplyExtCommunity(const QEL_ROUTE_INFO_S *pstRo
                                                    const uint8_t *pucValue, uint32_t uiValueLen,
                                                    QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
 {
+    /* kept: a missing value is refused by a delete too, which reads none; the engine always passes one */
     if (QEL_Missing(pstRoute) || QEL_Missing(pucValue) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
     }
@@ -469,6 +474,8 @@ QEL_HOT_PATH uint32_t QEL_NGMVPN_ApplyExtCommunity(const QEL_ROUTE_INFO_S *pstRo
     if (stNew.bNoValue) {
         return QEL_NGMVPN_BuildNoneValueOutput(ppstResult, pstCtx);
     }
+    /* kept: an unknown action gives no block, where a list that became empty gives one without value: here the host
+     * keeps the attribute, there it removes it */
     if (stNew.pucApply == nullptr) {
         *ppstResult = nullptr;
         return QEL_OK;
@@ -562,6 +569,7 @@ uint32_t QEL_NGMVPN_SetExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint32_t u
         const uint32_t uiRet =
             QEL_NGMVPN_ReplaceSnhExtComm(pstRoute, stList.pucList, stList.usLen, &stList.pucCopy, pstCtx);
         if (uiRet != QEL_OK) {
+            /* kept: told as missing memory whatever failed; hosts know no other refusal of this attribute */
             QEL_Report(uiRet);
             return QEL_ERR_MEMORY;
         }
@@ -581,7 +589,7 @@ uint32_t QEL_NGMVPN_SetExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint32_t u
     return uiRet;
 }
 
-/* A value that has neither flag nor type, as a block. */
+/* A value as a block. kept: without flag and type, unlike the other attributes; hosts know it by what they asked for */
 static uint32_t QEL_NGMVPN_OutputBare_(const void *pvValue, uint16_t usLen, QEL_ROUTE_BLOCK_S **ppstResult,
                                        const QEL_FAMILY_CTX_S *pstCtx)
 {

@@ -171,6 +171,7 @@ uint32_t QEL_NGMVPN_ParseBgpIntraIpmsiAdKey(const uint8_t **ppucCursor, uint8_t 
         *ppucCursor += QEL_NGMVPN_IPV4_LEN;
     }
     QEL_NGMVPN_EndImportKey_(&stImport, ppucCursor, ppstResult, puiMore, pstCtx);
+    /* kept: the policy id without a sign here and with one below; operators search their logs for it as it is */
     QEL_NGMVPN_Debug(pstCtx, __LINE__, "QEL_NGMVPN_ParseBgpIntraIpmsiAdKey success, policy id %u", stAttr.uiPolicyId);
     return QEL_OK;
 }
@@ -210,6 +211,7 @@ uint32_t QEL_NGMVPN_ParseBgpSpmsiAdKey(const uint8_t **ppucCursor, uint8_t ucNlr
     if (QEL_Missing(ppucCursor) || QEL_Missing(ppstResult) || QEL_Missing(puiMore) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
     }
+    /* kept: not held against the TLV's length, unlike an Intra I-PMSI route; the message's reader has done so */
     if (ucNlriLen < 14 || ucNlriLen > 58) {
         return QEL_ERR_NLRI_MALFORMED;
     }
@@ -250,6 +252,7 @@ static uint32_t QEL_NGMVPN_ParseImportRoute_(uint8_t ucRouteType, const uint8_t 
     case QEL_NGMVPN_WIRE_SPMSI_AD:
         return QEL_NGMVPN_ParseBgpSpmsiAdKey(&pucNlri, ucNlriLen, uiRemainLen, ppstResult, &uiMore, pstCtx);
     case QEL_NGMVPN_WIRE_LEAF_AD:
+        /* kept: neither a record nor the policy id behind the route; a leaf route is never replaced */
         return QEL_NGMVPN_ParseBgpLeafAd(&pucNlri, ucNlriLen, uiRemainLen, ppstResult, &uiMore, QEL_NGMVPN_RD_KIND_KEY,
                                          pstCtx);
     default:
@@ -274,6 +277,7 @@ uint32_t QEL_NGMVPN_ParseMcImportRouteKeyTlv(const uint8_t *pucData, uint32_t /*
                          uiRemainLen);
         return QEL_ERR_ARGUMENT;
     }
+    /* kept: 52, so that an S-PMSI route of 58 octets, which the writer sends, is refused; senders are tested so */
     if (ucNlriLen < 10 || ucNlriLen > 52) {
         QEL_NGMVPN_Debug(pstCtx, __LINE__, "ParseMcImportRouteKeyTlv failed, ucNlriLen is %d", ucNlriLen);
         return QEL_ERR_NLRI_MALFORMED;
@@ -472,6 +476,7 @@ static void QEL_NGMVPN_FillImportAttr_(const QEL_NGMVPN_SEG_NOKEY_S *pstSegNokey
         QEL_Copy(pstReplaced->aucSnh, sizeof(pstReplaced->aucSnh), pstSegNokey->pucSnh, QEL_NGMVPN_SNH_LEN);
     }
     if (pstSegNokey->pucPmsi != nullptr) {
+        /* kept: behind the length that the record states, also where it came without the tunnel; readers go by it */
         const uint16_t usOffset = pstOriginal->usPmsiLen;
         const uint32_t uiRoom = usOffset < uiPmsiRoom ? uiPmsiRoom - usOffset : 0;
         pstReplaced->usPmsiOffset = usOffset;
@@ -600,6 +605,26 @@ static int32_t QEL_NGMVPN_IsImportPmsi_(const QEL_ROUTE_INFO_S *pstRoute)
     return pstRoute->pstImportAttr != nullptr ? 1 : 0;
 }
 
+/* What every form asks before it writes: its arguments, room for its largest size, a key. Null: *puiRet is the form's
+ * answer. */
+static const QEL_NGMVPN_KEY_AT_S *QEL_NGMVPN_BeginForm_(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor,
+                                                        uint32_t uiMaxLen, uint32_t uiLargest,
+                                                        const QEL_FAMILY_CTX_S *pstCtx, uint32_t *puiRet)
+{
+    *puiRet = QEL_ERR_NULL;
+    if (QEL_Missing(pstRoute) || QEL_Missing(ppucCursor) || QEL_Missing(pstCtx)) {
+        return nullptr;
+    }
+    /* kept: tested against the largest form of the route type, whatever this route takes; hosts offer the largest */
+    *puiRet = QEL_ERR_SPACE;
+    if (uiMaxLen < uiLargest) {
+        return nullptr;
+    }
+    /* kept: with neither key nothing is written and nothing is wrong; the caller that has a say has refused before */
+    *puiRet = QEL_OK;
+    return QEL_NGMVPN_KeyToSend_(pstRoute);
+}
+
 static void QEL_NGMVPN_PutOctet_(uint8_t **ppucCursor, uint8_t ucOctet)
 {
     **ppucCursor = ucOctet;
@@ -630,6 +655,20 @@ static void QEL_NGMVPN_PutRd_(uint8_t **ppucCursor, const uint8_t *pucRd)
     *ppucCursor += QEL_NGMVPN_RD_LEN;
 }
 
+/* Route type, length and RD of an Intra I-PMSI A-D route, by itself or inside a Leaf A-D route. */
+static uint32_t QEL_NGMVPN_PutIntraHead_(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCursor,
+                                         const QEL_NGMVPN_KEY_AT_S *pstKey, bool bIpv6)
+{
+    QEL_NGMVPN_PutOctet_(ppucCursor, QEL_NGMVPN_WIRE_INTRA_IPMSI_AD);
+    QEL_NGMVPN_PutOctet_(ppucCursor, QEL_NGMVPN_RD_LEN + (bIpv6 ? QEL_NGMVPN_IPV6_LEN : QEL_NGMVPN_IPV4_LEN));
+    const uint8_t *pucRd = QEL_NGMVPN_RdToSend_(pstRoute, pstKey);
+    if (QEL_Missing(pucRd)) {
+        return QEL_ERR_NULL;
+    }
+    QEL_NGMVPN_PutRd_(ppucCursor, pucRd);
+    return QEL_OK;
+}
+
 /* Source and group of both S-PMSI keys, whose fields begin alike. Returns the octets written. */
 static uint8_t QEL_NGMVPN_PutKeySrcGrp_(uint8_t **ppucCursor, const QEL_NGMVPN_KEY_AT_S *pstKey)
 {
@@ -646,29 +685,22 @@ uint32_t QEL_NGMVPN_FormatBgpIntraIpmsiAdNlriKey(const QEL_ROUTE_INFO_S *pstRout
                                                  uint32_t uiMaxLen, QEL_FAMILY_CTX_S *pstCtx)
 {
     static constexpr uint32_t uiLargest = QEL_NGMVPN_NLRI_HEADER_LEN + QEL_NGMVPN_RD_LEN + QEL_NGMVPN_IPV6_LEN;
-    if (QEL_Missing(pstRoute) || QEL_Missing(ppucCursor) || QEL_Missing(pstCtx)) {
-        return QEL_ERR_NULL;
-    }
-    /* kept: tested against the largest form, here and in the other route types, whatever this route takes; hosts offer
-     * the largest */
-    if (uiMaxLen < uiLargest) {
-        return QEL_ERR_SPACE;
-    }
-    const QEL_NGMVPN_KEY_AT_S *pstKey = QEL_NGMVPN_KeyToSend_(pstRoute);
+    uint32_t uiRet = QEL_OK;
+    const QEL_NGMVPN_KEY_AT_S *pstKey =
+        QEL_NGMVPN_BeginForm_(pstRoute, ppucCursor, uiMaxLen, uiLargest, pstCtx, &uiRet);
     if (pstKey == nullptr) {
-        return QEL_OK;
+        return uiRet;
     }
     QEL_NGMVPN_Debug(pstCtx, __LINE__, "QEL_NGMVPN_FormatBgpIntraIpmsiAdNlriKey, IsImportPmsi(%d), type(%d).",
                      QEL_NGMVPN_IsImportPmsi_(pstRoute), pstKey->uiKeyType);
+    /* kept: an originator is IPv6 by a length of 128 in both A-D routes and by any length but 32 in both leaf routes; a
+     * key with neither length has always gone out so */
     const bool bIpv6 = pstKey->uKey.stIntraIpmsiAd.ucOrigAddrLen == QEL_NGMVPN_ADDR_LEN_IPV6;
     uint8_t *pucCursor = *ppucCursor;
-    QEL_NGMVPN_PutOctet_(&pucCursor, QEL_NGMVPN_WIRE_INTRA_IPMSI_AD);
-    QEL_NGMVPN_PutOctet_(&pucCursor, QEL_NGMVPN_RD_LEN + (bIpv6 ? QEL_NGMVPN_IPV6_LEN : QEL_NGMVPN_IPV4_LEN));
-    const uint8_t *pucRd = QEL_NGMVPN_RdToSend_(pstRoute, pstKey);
-    if (QEL_Missing(pucRd)) {
-        return QEL_ERR_NULL;
+    uiRet = QEL_NGMVPN_PutIntraHead_(pstRoute, &pucCursor, pstKey, bIpv6);
+    if (uiRet != QEL_OK) {
+        return uiRet;
     }
-    QEL_NGMVPN_PutRd_(&pucCursor, pucRd);
     QEL_NGMVPN_PutAddr_(&pucCursor, &pstKey->uKey.stIntraIpmsiAd.stOrigAddr, bIpv6);
     *ppucCursor = pucCursor;
     QEL_NGMVPN_Debug(pstCtx, __LINE__, "QEL_NGMVPN_FormatBgpIntraIpmsiAdNlriKey Success.");
@@ -700,19 +732,15 @@ uint32_t QEL_NGMVPN_FormatBgpSpmsiAdNlriKey(const QEL_ROUTE_INFO_S *pstRoute, ui
                                             QEL_FAMILY_CTX_S *pstCtx)
 {
     static constexpr uint32_t uiLargest = 60;
-    if (QEL_Missing(pstRoute) || QEL_Missing(ppucCursor) || QEL_Missing(pstCtx)) {
-        return QEL_ERR_NULL;
-    }
-    if (uiMaxLen < uiLargest) {
-        return QEL_ERR_SPACE;
-    }
-    const QEL_NGMVPN_KEY_AT_S *pstKey = QEL_NGMVPN_KeyToSend_(pstRoute);
+    uint32_t uiRet = QEL_OK;
+    const QEL_NGMVPN_KEY_AT_S *pstKey =
+        QEL_NGMVPN_BeginForm_(pstRoute, ppucCursor, uiMaxLen, uiLargest, pstCtx, &uiRet);
     if (pstKey == nullptr) {
-        return QEL_OK;
+        return uiRet;
     }
     QEL_NGMVPN_Debug(pstCtx, __LINE__, "QEL_NGMVPN_FormatBgpSpmsiAdNlriKey, IsImportPmsi(%d), type(%d).",
                      QEL_NGMVPN_IsImportPmsi_(pstRoute), pstKey->uiKeyType);
-    const uint32_t uiRet = QEL_NGMVPN_FillBgpSpmsiAdNlriKey(pstRoute, ppucCursor, pstKey);
+    uiRet = QEL_NGMVPN_FillBgpSpmsiAdNlriKey(pstRoute, ppucCursor, pstKey);
     if (uiRet != QEL_OK) {
         return uiRet;
     }
@@ -725,13 +753,10 @@ uint32_t QEL_NGMVPN_FormatBgpIpmsiLeafAdNlriKey(const QEL_ROUTE_INFO_S *pstRoute
 {
     const bool bIpv6 = pstKey->uKey.stIpmsiLeafAd.ucOrigAddrLen != QEL_NGMVPN_ADDR_LEN_IPV4;
     uint8_t *pucCursor = *ppucCursor;
-    QEL_NGMVPN_PutOctet_(&pucCursor, QEL_NGMVPN_WIRE_INTRA_IPMSI_AD);
-    QEL_NGMVPN_PutOctet_(&pucCursor, QEL_NGMVPN_RD_LEN + (bIpv6 ? QEL_NGMVPN_IPV6_LEN : QEL_NGMVPN_IPV4_LEN));
-    const uint8_t *pucRd = QEL_NGMVPN_RdToSend_(pstRoute, pstKey);
-    if (QEL_Missing(pucRd)) {
-        return QEL_ERR_NULL;
+    const uint32_t uiRet = QEL_NGMVPN_PutIntraHead_(pstRoute, &pucCursor, pstKey, bIpv6);
+    if (uiRet != QEL_OK) {
+        return uiRet;
     }
-    QEL_NGMVPN_PutRd_(&pucCursor, pucRd);
     QEL_NGMVPN_PutAddr_(&pucCursor, &pstKey->uKey.stIpmsiLeafAd.stOrigAddr, bIpv6);
     QEL_NGMVPN_PutAddr_(&pucCursor, &pstKey->uKey.stIpmsiLeafAd.stLeafAddr, bIpv6);
     *ppucCursor = pucCursor;
@@ -777,21 +802,17 @@ uint32_t QEL_NGMVPN_FormatBgpLeafAdNlriKey(const QEL_ROUTE_INFO_S *pstRoute, uin
                                            QEL_FAMILY_CTX_S *pstCtx)
 {
     static constexpr uint32_t uiLargest = 78;
-    if (QEL_Missing(pstRoute) || QEL_Missing(ppucCursor) || QEL_Missing(pstCtx)) {
-        return QEL_ERR_NULL;
-    }
-    if (uiMaxLen < uiLargest) {
-        return QEL_ERR_SPACE;
-    }
-    const QEL_NGMVPN_KEY_AT_S *pstKey = QEL_NGMVPN_KeyToSend_(pstRoute);
+    uint32_t uiRet = QEL_OK;
+    const QEL_NGMVPN_KEY_AT_S *pstKey =
+        QEL_NGMVPN_BeginForm_(pstRoute, ppucCursor, uiMaxLen, uiLargest, pstCtx, &uiRet);
     if (pstKey == nullptr) {
-        return QEL_OK;
+        return uiRet;
     }
     QEL_NGMVPN_Debug(pstCtx, __LINE__, "QEL_NGMVPN_FormatBgpLeafAdNlriKey, IsImportPmsi(%d), type(%d).",
                      QEL_NGMVPN_IsImportPmsi_(pstRoute), pstKey->uiKeyType);
     uint8_t *pucCursor = *ppucCursor;
     QEL_NGMVPN_PutOctet_(&pucCursor, QEL_NGMVPN_WIRE_LEAF_AD);
-    const uint32_t uiRet = QEL_NGMVPN_PutLeafBody_(pstRoute, &pucCursor, pstKey);
+    uiRet = QEL_NGMVPN_PutLeafBody_(pstRoute, &pucCursor, pstKey);
     if (uiRet != QEL_OK) {
         return uiRet;
     }

@@ -406,6 +406,7 @@ uint32_t QEL_NGMVPN_SetAttrAfterPlcyWhenPlcyOrSnhDiff(const QEL_NGMVPN_IMPORT_AT
     const uint16_t usNewPmsiLen = pstNewAttr->stOriginalAttr.usPmsiLen;
     const uint16_t usOldPmsiLen = pstOldAttr->stReplacedAttr.usPmsiLen;
     const uint16_t usLen = QEL_NGMVPN_RecordLen_(static_cast<uint32_t>(usNewPmsiLen) + usOldPmsiLen);
+    /* kept: from the memory handle, never scratch of the context; hosts account for it */
     void *pvMerged = usLen != 0 ? ZVK_SimpleAlloc_F(pstCtx->uiMemHandle, usLen, __FILE__, __LINE__) : nullptr;
     if (pvMerged == nullptr) {
         /* kept: not reported here and the code is dropped; the missing record is reported where the block is built */
@@ -530,6 +531,7 @@ uint32_t QEL_NGMVPN_SetAttrAfterPlcy(const QEL_ROUTE_INFO_S *pstOld, const QEL_R
     /* kept: a block that can't be built gives success in every row; the host sees a route that is not concerned */
     QEL_NGMVPN_PLCY_ROW_S stRow = {};
     if (QEL_NGMVPN_DecideUnanswered_(pstOld, pstNew, &stRow, pstCtx)) {
+        /* kept: without the line of the result; operators tell these rows by their own line alone */
         return QEL_NGMVPN_OutputRow_(&stRow, ppstResult, pstCtx) ? stRow.uiRetCode : QEL_OK;
     }
     const QEL_NGMVPN_IMPORT_ATTR_AT_S *pstOldAttr = pstOld->pstImportAttr;

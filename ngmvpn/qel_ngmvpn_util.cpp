@@ -183,7 +183,8 @@ void QEL_NGMVPN_ConvertRTValueHTON(QEL_EXTCOMM_S *pstRt, uint32_t uiSize)
     QEL_NGMVPN_ConvertRtValuebyType(usType, pstRt);
 }
 
-/* The types of the 20-byte form that are route targets here. */
+/* The types of the 20-byte form that are route targets here. kept: 0x000B is one and 0x0202 is none, unlike in the
+ * 8-byte form; the wire has no other */
 static bool QEL_NGMVPN_IsIPv6RtType_(uint16_t usType)
 {
     switch (usType) {

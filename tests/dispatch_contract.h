@@ -3,6 +3,7 @@
 #pragma once
 
 #include "support.h"
+#include "table_contract.h"
 
 #include <array>
 
@@ -364,19 +365,6 @@ REGISTER_TYPED_TEST_SUITE_P(DispatchContract, EachTestedArgumentIsRefusedWithOne
                             ParsePktAnswersZeroToLengthZeroBeforeItLooksTheTypeUp,
                             ParsePktTestsItsArgumentsEvenWithLengthZero);
 
-// Every row of a table by its type: the lookup finds that row, and no type stands twice. Nothing else is found.
-template <std::size_t kRows>
-void expect_lookup(const QEL_DISPATCH_ENTRY_S (&table)[kRows], const QEL_DISPATCH_ENTRY_S *(*lookup)(std::uint32_t))
-{
-    for (std::size_t i = 0; i < kRows; ++i) {
-        EXPECT_EQ(lookup(table[i].uiType), &table[i]) << "row " << i;
-        EXPECT_NE(table[i].pfParsePkt, nullptr) << "row " << i;
-    }
-    for (const std::uint32_t type : kUnknownTypes) {
-        EXPECT_EQ(lookup(type), nullptr) << type;
-    }
-}
-
 using Lookup = const QEL_DISPATCH_ENTRY_S *(*)(std::uint32_t);
 
 inline void expect_no_lookup_finds_an_unknown_type(std::initializer_list<Lookup> lookups)
@@ -388,18 +376,6 @@ inline void expect_no_lookup_finds_an_unknown_type(std::initializer_list<Lookup>
         }
         ++i;
     }
-}
-
-// The row of a table for a type, or null.
-template <std::size_t kRows>
-const QEL_DISPATCH_ENTRY_S *row(const QEL_DISPATCH_ENTRY_S (&table)[kRows], std::uint32_t type)
-{
-    for (const QEL_DISPATCH_ENTRY_S &entry : table) {
-        if (entry.uiType == type) {
-            return &entry;
-        }
-    }
-    return nullptr;
 }
 
 } // namespace qel::test

@@ -26,6 +26,7 @@ static uint8_t QEL_VPNV4MCAST_CopyTypes_(uint32_t *pauiTypes, const uint32_t *pa
     return static_cast<uint8_t>(ulBytes / sizeof(uint32_t));
 }
 
+/* kept: in this order, which is not that of the other families; the host shows the list */
 void QEL_VPNV4MCAST_ConstructHaMsgTlv(QEL_FAMILY_DESC_S *pstDesc)
 {
     static constexpr uint32_t auiTypes[] = {1, 3, 5, 8, 6, 7};
@@ -446,6 +447,7 @@ uint32_t QEL_VPNV4MCAST_ParseAddAttrMsg(const QEL_ROUTE_INFO_S * /* pstRoute */,
 uint32_t QEL_VPNV4MCAST_ApplyAction(const QEL_ROUTE_INFO_S *pstRoute, uint32_t uiActionType, const uint8_t *pucValue,
                                     uint32_t uiValueLen, QEL_ROUTE_BLOCK_S **ppstResult, QEL_FAMILY_CTX_S *pstCtx)
 {
+    /* kept: a missing value is refused for every action, also for those that do not read it; hosts always give one */
     if (QEL_Missing(pstRoute) || QEL_Missing(pucValue) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
     }
@@ -514,7 +516,7 @@ uint32_t QEL_VPNV4MCAST_GetRtCount(const uint32_t *pauiCount, uint32_t /* uiCoun
     return QEL_OK;
 }
 
-/* Every route answers alike: labels of the host's kind 3, one of them. */
+/* kept: every route answers alike, one without a label too: labels of the host's kind 3, one of them */
 uint32_t QEL_VPNV4MCAST_GetLabelType(const QEL_ROUTE_INFO_S *pstRoute, uint32_t *puiLabelType, uint32_t *puiCount,
                                      uint32_t *puiReserved)
 {
@@ -561,87 +563,77 @@ static inline bool QEL_VPNV4MCAST_AddsUp_(const QEL_VPNV4MCAST_VIEW_S *pstView, 
     return ullLen == uiTotal;
 }
 
-static inline bool QEL_VPNV4MCAST_OutputArgsMissing_(const QEL_ROUTE_BLOCK_S *pstBlock, const uint32_t *puiRemain,
-                                                     const QEL_VPNV4MCAST_VIEW_S *pstView, const uint16_t *pusOffset)
-{
-    return QEL_Missing(pstBlock) || QEL_Missing(puiRemain) || QEL_Missing(pstView) || QEL_Missing(pusOffset);
-}
-
 /* A section of the view and the words of the block's header that tell its place. */
 typedef struct {
-    uint32_t uiBit;
     uint32_t uiLen;
     const uint8_t *pucData;
     uint16_t *pusHdrOffset;
     uint16_t *pusHdrLen;
 } QEL_VPNV4MCAST_SECTION_S;
 
-/* Appends a section; false if it is absent or no space is left. */
-static inline bool QEL_VPNV4MCAST_OutputSection_(QEL_ROUTE_BLOCK_S *pstBlock, uint32_t *puiRemain, uint16_t *pusOffset,
-                                                 const QEL_VPNV4MCAST_SECTION_S &stSection)
+static inline QEL_VPNV4MCAST_SECTION_S QEL_VPNV4MCAST_SectionOf_(QEL_ROUTE_BLOCK_S *pstBlock,
+                                                                 const QEL_VPNV4MCAST_VIEW_S *pstView, uint32_t uiBit)
 {
+    switch (uiBit) {
+    case QEL_SECTION_RD:
+        return {pstView->uiRdLen, pstView->pucRd, &pstBlock->usRdOffset, &pstBlock->usRdLen};
+    case QEL_SECTION_KEY:
+        return {pstView->uiKeyLen, pstView->pucKey, &pstBlock->usKeyOffset, &pstBlock->usKeyLen};
+    case QEL_SECTION_LABEL:
+        return {pstView->uiLabelLen, pstView->pucLabel, &pstBlock->usLabelOffset, &pstBlock->usLabelLen};
+    default:
+        return {pstView->usAttrLen, pstView->pucAttr, &pstBlock->usAttrOffset, &pstBlock->usAttrLen};
+    }
+}
+
+/* Step of the next four: appends the section that the bit names, unless it is absent or no space is left. */
+static inline uint32_t QEL_VPNV4MCAST_OutputSection_(QEL_ROUTE_BLOCK_S *pstBlock, uint32_t *puiRemain,
+                                                     const QEL_VPNV4MCAST_VIEW_S *pstView, uint16_t *pusOffset,
+                                                     uint32_t uiBit)
+{
+    if (QEL_Missing(pstBlock) || QEL_Missing(puiRemain) || QEL_Missing(pstView) || QEL_Missing(pusOffset)) {
+        return QEL_ERR_NULL;
+    }
+    const QEL_VPNV4MCAST_SECTION_S stSection = QEL_VPNV4MCAST_SectionOf_(pstBlock, pstView, uiBit);
     /* kept: an empty section at the very end of a block sets no bit; elsewhere it does, and hosts tell by it */
     if (stSection.pucData == nullptr || *puiRemain == 0) {
-        return false;
+        return QEL_OK;
     }
-    pstBlock->uiValidMask |= stSection.uiBit;
+    pstBlock->uiValidMask |= uiBit;
     *stSection.pusHdrOffset = *pusOffset;
     *stSection.pusHdrLen = static_cast<uint16_t>(stSection.uiLen);
+    if (uiBit == QEL_SECTION_ATTR) {
+        pstBlock->ucAttrFlag = pstView->ucAttrFlag;
+        pstBlock->ucAttrType = pstView->ucAttrType;
+    }
     QEL_Copy(reinterpret_cast<uint8_t *>(pstBlock) + *pusOffset, *puiRemain, stSection.pucData, stSection.uiLen);
     *puiRemain -= stSection.uiLen;
     *pusOffset = static_cast<uint16_t>(*pusOffset + stSection.uiLen);
-    return true;
+    return QEL_OK;
 }
 
 uint32_t QEL_VPNV4MCAST_OutputRd(QEL_ROUTE_BLOCK_S *pstBlock, uint32_t *puiRemain, const QEL_VPNV4MCAST_VIEW_S *pstView,
                                  uint16_t *pusOffset)
 {
-    if (QEL_VPNV4MCAST_OutputArgsMissing_(pstBlock, puiRemain, pstView, pusOffset)) {
-        return QEL_ERR_NULL;
-    }
-    (void)QEL_VPNV4MCAST_OutputSection_(
-        pstBlock, puiRemain, pusOffset,
-        {QEL_SECTION_RD, pstView->uiRdLen, pstView->pucRd, &pstBlock->usRdOffset, &pstBlock->usRdLen});
-    return QEL_OK;
+    return QEL_VPNV4MCAST_OutputSection_(pstBlock, puiRemain, pstView, pusOffset, QEL_SECTION_RD);
 }
 
 uint32_t QEL_VPNV4MCAST_OutputKey(QEL_ROUTE_BLOCK_S *pstBlock, uint32_t *puiRemain,
                                   const QEL_VPNV4MCAST_VIEW_S *pstView, uint16_t *pusOffset)
 {
-    if (QEL_VPNV4MCAST_OutputArgsMissing_(pstBlock, puiRemain, pstView, pusOffset)) {
-        return QEL_ERR_NULL;
-    }
-    (void)QEL_VPNV4MCAST_OutputSection_(
-        pstBlock, puiRemain, pusOffset,
-        {QEL_SECTION_KEY, pstView->uiKeyLen, pstView->pucKey, &pstBlock->usKeyOffset, &pstBlock->usKeyLen});
-    return QEL_OK;
+    return QEL_VPNV4MCAST_OutputSection_(pstBlock, puiRemain, pstView, pusOffset, QEL_SECTION_KEY);
 }
 
 uint32_t QEL_VPNV4MCAST_OutputLabel(QEL_ROUTE_BLOCK_S *pstBlock, uint32_t *puiRemain,
                                     const QEL_VPNV4MCAST_VIEW_S *pstView, uint16_t *pusOffset)
 {
-    if (QEL_VPNV4MCAST_OutputArgsMissing_(pstBlock, puiRemain, pstView, pusOffset)) {
-        return QEL_ERR_NULL;
-    }
-    (void)QEL_VPNV4MCAST_OutputSection_(
-        pstBlock, puiRemain, pusOffset,
-        {QEL_SECTION_LABEL, pstView->uiLabelLen, pstView->pucLabel, &pstBlock->usLabelOffset, &pstBlock->usLabelLen});
-    return QEL_OK;
+    return QEL_VPNV4MCAST_OutputSection_(pstBlock, puiRemain, pstView, pusOffset, QEL_SECTION_LABEL);
 }
 
 uint32_t QEL_VPNV4MCAST_OutputAttr(QEL_ROUTE_BLOCK_S *pstBlock, uint32_t *puiRemain,
                                    const QEL_VPNV4MCAST_VIEW_S *pstView, uint16_t *pusOffset)
 {
-    if (QEL_VPNV4MCAST_OutputArgsMissing_(pstBlock, puiRemain, pstView, pusOffset)) {
-        return QEL_ERR_NULL;
-    }
-    if (QEL_VPNV4MCAST_OutputSection_(
-            pstBlock, puiRemain, pusOffset,
-            {QEL_SECTION_ATTR, pstView->usAttrLen, pstView->pucAttr, &pstBlock->usAttrOffset, &pstBlock->usAttrLen})) {
-        pstBlock->ucAttrFlag = pstView->ucAttrFlag;
-        pstBlock->ucAttrType = pstView->ucAttrType;
-    }
-    return QEL_OK;
+    return QEL_VPNV4MCAST_OutputSection_(pstBlock, puiRemain, pstView, pusOffset, QEL_SECTION_ATTR);
 }
 
 uint32_t QEL_VPNV4MCAST_OutputData(QEL_ROUTE_BLOCK_S **ppstBlock, const QEL_VPNV4MCAST_VIEW_S *pstView,
@@ -972,7 +964,8 @@ uint32_t QEL_VPNV4MCAST_FormatMpNlri(QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucC
         return QEL_ERR_SPACE;
     }
     /* kept: the shifted label goes back into the host's record, so that the next format of the record writes another
-     * one; the host gives the label anew each time */
+     * one; the host gives the label anew each time. The low nibble, with the bottom-of-stack bit, goes out as zero;
+     * peers of this family do not look at it */
     pstRoute->uiMplsLabel <<= 4;
     uint8_t *pucOut = *ppucCursor;
     pucOut[0] = static_cast<uint8_t>(uiMaskLen + QEL_VPNV4MCAST_LABEL_BITS);
@@ -1011,6 +1004,8 @@ uint32_t QEL_VPNV4MCAST_ParseRtPrefixTlv(const uint8_t *pucData, uint32_t uiLen,
     if (QEL_Missing(pucData) || QEL_Missing(ppstResult) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
     }
+    /* kept: longer values are refused as well, with a route's code and no report; MDT takes them, and a tail here is
+     * another version's message */
     if (uiLen != QEL_VPNV4MCAST_PREFIX_LEN) {
         return QEL_ERR_NLRI_MALFORMED;
     }
@@ -1040,6 +1035,7 @@ uint32_t QEL_VPNV4MCAST_FormatRtPrefixTlv(const QEL_ROUTE_INFO_S *pstRoute, uint
     if (uiOutLen < QEL_VPNV4MCAST_PREFIX_LEN) {
         return QEL_ERR_SPACE;
     }
+    /* kept: as on the wire, a missing RD is a copy that fails and is reported, no refusal; backups have such routes */
     const QEL_VPNV4MCAST_KEY_AT_S *pstKey = QEL_VPNV4MCAST_KeyOf_(pstRoute);
     uint8_t *pucOut = *ppucCursor;
     QEL_Copy(pucOut, QEL_VPNV4MCAST_RD_LEN, pstRoute->pucRd, QEL_VPNV4MCAST_RD_LEN);
@@ -1468,6 +1464,8 @@ uint32_t QEL_VPNV4MCAST_RdValueToStr(const QEL_RD_VALUE_S *pstRd, char *pcOut, u
     return QEL_OK;
 }
 
+/* kept: no blank behind the text, the key's own length even where no prefix has it, and the missing label as its
+ * number; operators' scripts read it so */
 static int32_t QEL_VPNV4MCAST_Route2Str_(const QEL_ROUTE_INFO_S *pstRoute, char *pcBuf)
 {
     char acRd[QEL_VPNV4MCAST_RD_TEXT_LEN] = {};
@@ -1730,7 +1728,8 @@ uint32_t QEL_VPNV4MCAST_FormatCfgPrefix(const QEL_ROUTE_INFO_S *pstRoute, uint8_
     if (uiOutLen < QEL_VPNV4MCAST_CFG_PREFIX_LEN) {
         return QEL_ERR_SPACE;
     }
-    /* kept: the record's tail stays as the caller gave it, and the cursor passes it */
+    /* kept: the record's tail, a mask length octet of other families in it, stays as the caller gave it, and the cursor
+     * passes it; the length is the word in front */
     uint8_t *pucRecord = *ppucCursor;
     QEL_Clear(pucRecord, uiOutLen, QEL_VPNV4MCAST_CFG_PREFIX_USED);
     const QEL_VPNV4MCAST_KEY_AT_S *pstKey = QEL_VPNV4MCAST_KeyOf_(pstRoute);
@@ -1815,6 +1814,7 @@ uint32_t QEL_VPNV4MCAST_SetExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint32
             uiKept++;
         }
     }
+    /* kept: a list of which nothing stays is answered like any view without a byte; hosts keep the route back by it */
     const uint32_t uiRet = QEL_VPNV4MCAST_OutputExtCommunity_(
         pucList, static_cast<uint16_t>(uiKept * QEL_VPNV4MCAST_EXTCOMM_LEN), ppstResult, pstCtx);
     ZVK_Free_F(pucList, __FILE__, __LINE__);
@@ -1828,6 +1828,7 @@ uint32_t QEL_VPNV4MCAST_ConstructRtpEntry(const QEL_ROUTE_INFO_S *pstRoute, QEL_
     if (QEL_Missing(pstRoute) || QEL_Missing(pstRoute->pucKey) || QEL_Missing(pstRtpEntry)) {
         return QEL_ERR_NULL;
     }
+    /* kept: the length is the key's own, the any-length wildcard too, and the flags stay the host's; MDT says 32 */
     const QEL_VPNV4MCAST_KEY_AT_S *pstKey = QEL_VPNV4MCAST_KeyOf_(pstRoute);
     pstRtpEntry->uiRtpAddrType = 0;
     pstRtpEntry->stRtpAddr.uiIpv4 = pstKey->uiPrefix;
@@ -2171,6 +2172,8 @@ uint32_t QEL_VPNV4MCAST_ApplyExtCommunity(const QEL_ROUTE_INFO_S *pstRoute, uint
     if (stNew.bNoValue) {
         return QEL_VPNV4MCAST_BuildNoneValueOutput(ppstResult, pstCtx);
     }
+    /* kept: the actions 36 and 37 are accepted and change nothing; policies name them, and no other answer lets the
+     * route pass as it is */
     if (stNew.pucApply == nullptr) {
         *ppstResult = nullptr;
         return QEL_OK;

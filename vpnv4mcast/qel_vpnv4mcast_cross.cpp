@@ -46,6 +46,7 @@ uint32_t QEL_VPNV4MCAST_GetCross(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppu
     return QEL_OK;
 }
 
+/* kept: bytes as they lie in memory, not the fields of a community as in the other families; tables were filled so */
 int32_t QEL_VPNV4MCAST_CmpCross(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB)
 {
     if (QEL_Missing(pvA) || QEL_Missing(pvB)) {

@@ -67,6 +67,7 @@ uint32_t QEL_VPNV4MCAST_FormatIrtTlv(const QEL_ROUTE_INFO_S *pstRoute, uint8_t *
     if (pstRoute->pucCross == nullptr) {
         return QEL_OK;
     }
+    /* kept: the room goes ahead of the length, and a wrong length is reported; hosts tell the two codes apart */
     if (pstRoute->uiCrossLen > uiOutLen) {
         return QEL_ERR_SPACE;
     }

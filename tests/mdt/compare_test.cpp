@@ -149,12 +149,19 @@ TEST(MdtCompare, CommunitiesStandBySubTypeTypeAndFields)
                                                   "0201 00000000 ffff", // type 1: the 32-bit field first
                                                   "0201 01000000 0000", "0201 00000080 0000", "0202 00000000 0000",
                                                   "0202 00000000 00ff", // type 2 as well
-                                                  "0202 01000000 0000",
+                                                  "0202 01000000 0000", "0202 00000080 0000",
                                                   "0203 0000 00000000", // kept: type 3 as type 0, however it is turned
                                                   "0203 0000 ffffffff", "0203 0100 00000000", "02ff 0000 00000000",
                                                   "02ff 0000 01000000", "02ff 0100 00000000", "0900 0000 00000000",
                                                   "0a01 00000000 0000", "0b01 00000000 0000", "ff00 0000 00000000",
                                               });
+}
+
+// kept: a list turns a type above 2 as 32 and 16 bits, the compare reads 16 and 32
+TEST(MdtCompare, ATypeAboveTwoIsComparedAsTypeZeroHoweverItIsTurned)
+{
+    EXPECT_EQ(compare(QEL_MDT_CmpExtCommunity, "0203 00000080 0000", "0203 01000000 0000"), -1);
+    EXPECT_EQ(compare(QEL_MDT_CmpExtCommunity, "0202 00000080 0000", "0202 01000000 0000"), 1);
 }
 
 TEST(MdtCompare, OfCommunitiesTheShorterStandsFirstWhateverItsBytes)

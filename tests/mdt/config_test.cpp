@@ -364,6 +364,16 @@ TEST_F(MdtConfig, TextsRefuseMissingArgumentsWithOneReport)
     }
 }
 
+TEST_F(MdtConfig, WhatShowsASingleThingSetsIndexAndMoreToZero)
+{
+    const Held held(whole_route());
+    for (const ConfigWriter writer : {QEL_MDT_FormatCfgRd, QEL_MDT_FormatCfgPrefix, QEL_MDT_FormatCfgGrpAddr}) {
+        const Configured got = write_config(writer, held.info, 100, 5);
+        EXPECT_EQ(got.index, 0U);
+        EXPECT_EQ(got.more, 0U);
+    }
+}
+
 TEST_F(MdtConfig, WritersAllocateNothing)
 {
     const std::uint64_t before = allocations();

@@ -87,6 +87,28 @@ TEST_F(MdtDisplay, ARouteWithAnRdTypeAboveTwoIsShownWithoutIt)
     expect_text(got, "<>, 10.0.0.1/32, Group Address: 239.1.1.1 ", 0, 0);
 }
 
+// kept: a route has no mask; its text shows 32 and ends with a blank all the same
+TEST_F(MdtDisplay, TheMaskOfARouteIsAlwaysShownAs32AndTheTextEndsWithABlank)
+{
+    for (const std::string_view key : {"00000000 00000000", "0000000a 000000e0"}) {
+        const Held held({.rd = bytes(kRdMem), .key = bytes(key)});
+        const Shown got = show(QEL_MDT_MpNlriData2Str, held.info, 100, ctx_);
+        const std::string text(got.buffer.begin(), std::find(got.buffer.begin(), got.buffer.end(), 0));
+        EXPECT_NE(text.find(".0/32, "), std::string::npos) << text;
+        EXPECT_TRUE(text.ends_with(".0 ")) << text;
+    }
+}
+
+TEST_F(MdtDisplay, WhatShowsASingleThingSetsIndexAndMoreToZero)
+{
+    const Held held(whole_route());
+    for (const Shower shower : {QEL_MDT_MpNlriData2Str, QEL_MDT_NonKey2Str}) {
+        const Shown got = show(shower, held.info, 100, ctx_, 5);
+        EXPECT_EQ(got.index, 0U);
+        EXPECT_EQ(got.more, 0U);
+    }
+}
+
 TEST_F(MdtDisplay, ARoutesTextNeedsItsRoom)
 {
     const Held held(whole_route());
@@ -373,6 +395,24 @@ TEST_F(MdtDisplay, CommunitiesAreShownByWordAndValue)
     EXPECT_TRUE(recorder.asserts().empty());
 }
 
+// kept: the Segmented Next-Hop has a word in another family alone
+TEST_F(MdtDisplay, TheSegmentedNextHopHasNoWordHere)
+{
+    char out[40] = "before";
+    EXPECT_EQ(QEL_MDT_ExtCommType2Str(out, sizeof(out), 18, 0), 0U);
+    EXPECT_STREQ(out, "before");
+}
+
+TEST_F(MdtDisplay, ACommunityWithoutAWordAndWithATypeAboveTwoHasNoCharacters)
+{
+    const OddBytes element(bytes("0403 0100000a 0700"));
+    char out[40] = "before";
+    std::uint32_t length = kUnwritten;
+    EXPECT_EQ(QEL_MDT_ExtCommVal2Str(element.as<QEL_EXTCOMM_S>(), out, sizeof(out), &length, 1), 0U);
+    EXPECT_STREQ(out, "");
+    EXPECT_EQ(length, 0U);
+}
+
 TEST_F(MdtDisplay, ValuesRefuseMissingArgumentsWithOneReport)
 {
     const OddBytes element(bytes("0200 6400 01000000"));
@@ -409,6 +449,19 @@ TEST_F(MdtDisplay, ACommunitysTextIsCutToItsRoom)
     }
 }
 
+// Word and value can't be formed in no room: each is reported and has no characters.
+TEST_F(MdtDisplay, ACommunitysTextWithoutRoomHasNoCharacters)
+{
+    const OddBytes element(bytes("0202 02000100 0700"));
+    char out = 'x';
+    std::uint32_t length = kUnwritten;
+    const platform::Recorder recorder;
+    EXPECT_EQ(QEL_MDT_ExtCommVal2Str(element.as<QEL_EXTCOMM_S>(), &out, 0, &length, 0), 0U);
+    EXPECT_EQ(length, 0U);
+    EXPECT_EQ(out, 'x');
+    EXPECT_EQ(recorder.asserts().size(), 2U);
+}
+
 TEST_F(MdtDisplay, WithoutAContextThereIsNoScratchForACommunity)
 {
     const Held held({.list = host_list(kRt1)});
@@ -419,6 +472,20 @@ TEST_F(MdtDisplay, WithoutAContextThereIsNoScratchForACommunity)
 }
 
 // --- the operation --------------------------------------------------------------------------------------------------
+
+TEST_F(MdtDisplay, AnUnknownTypeOfTextHasACodeOfItsOwn)
+{
+    const Held held(whole_route());
+    char out[100] = "before";
+    std::uint32_t index = 5;
+    std::uint32_t more = kUnwritten;
+    const platform::Recorder recorder;
+    EXPECT_EQ(desc_.pfData2Str(&held.info, 4, out, sizeof(out), &index, &more, ctx_), 0x80017U);
+    EXPECT_STREQ(out, "before");
+    EXPECT_EQ(index, 5U);
+    EXPECT_EQ(more, kUnwritten);
+    EXPECT_TRUE(recorder.asserts().empty());
+}
 
 TEST_F(MdtDisplay, TypesLeadToTheirTexts)
 {

@@ -74,6 +74,31 @@ TEST_F(MdtExtComm, AListIsReadIntoHostOrderSortedAndWithoutRepeats)
     expect_list(parse(bytes(kRt1 + kSourceAs + kRt1 + kSourceAs + kRt1), ctx_), kRt1 + kSourceAs, 40);
 }
 
+TEST_F(MdtExtComm, TheCursorPassesTheWholeAttributeWhateverIsDropped)
+{
+    const Parsed got = parse(bytes(kRt1 + kRt1 + kRt1), ctx_);
+    expect_made(got, {.list = host_list(kRt1)});
+    EXPECT_EQ(got.moved, 24);
+}
+
+TEST_F(MdtExtComm, ACommunityOfUnknownTypeComesOutAsItCameIn)
+{
+    const Parsed got = parse(bytes(kOther), ctx_);
+    ASSERT_TRUE(got.block);
+    Held held({.list = got.block.section(got.block->usAttrOffset, 8)});
+    expect_written(write_into(8, [&](auto cursor) { return QEL_MDT_FormatExtCommunity(&held.info, cursor, 8, ctx_); }),
+                   bytes(kOther));
+}
+
+TEST_F(MdtExtComm, TheElementsOfTheAttributeAreCountedIn16Bits)
+{
+    Bytes wire = bytes(kRt1 + kRt4);
+    wire.resize(0x80008);
+    const Parsed got = parse(wire, ctx_);
+    expect_made(got, {.list = host_list(kRt1)});
+    EXPECT_EQ(got.moved, 0x80008);
+}
+
 TEST_F(MdtExtComm, EachAllocationOfTheReaderFailsOnce)
 {
     for (const bool lent : {false, true}) {
@@ -126,6 +151,18 @@ TEST_F(MdtExtComm, AListGoesOutInWireOrderAsItStands)
     for (std::size_t room = 0; room < 40; ++room) {
         expect_not_written(format(held.info, room, ctx_), kNoRoom);
     }
+}
+
+TEST_F(MdtExtComm, TheRoutesListStaysInHostOrderWhereItIsWritten)
+{
+    const Bytes list = host_list(kRt4 + kSourceAs);
+    OddBytes own(list);
+    QEL_ROUTE_INFO_S route;
+    std::memset(&route, 0, sizeof(route));
+    route.pucExtComm = own.data();
+    route.uiExtCommLen = own.size();
+    EXPECT_EQ(format(route, 16, ctx_).code, 0U);
+    EXPECT_EQ(own.bytes(), list);
 }
 
 TEST_F(MdtExtComm, NoListWritesNothing)
@@ -219,9 +256,9 @@ TEST_F(MdtExtComm, TurningNoListIsReported)
 TEST_F(MdtExtComm, SortingKeepsRepeatsAndWhatStandsBehindTheCount)
 {
     const platform::Recorder recorder;
-    OddBytes list(host_list(kSourceAs + kRt4 + kRt1 + kRt4 + kImport + kRt1));
+    OddBytes list(host_list(kSourceAs + kRt4 + kRt1 + kRt4 + kRt1 + kImport));
     EXPECT_EQ(QEL_MDT_SortExtCommunitys(list.as<QEL_EXTCOMM_S>(), 4, ctx_), 0U);
-    EXPECT_EQ(list.bytes(), host_list(kRt1 + kRt4 + kRt4 + kSourceAs + kImport + kRt1));
+    EXPECT_EQ(list.bytes(), host_list(kRt1 + kRt4 + kRt4 + kSourceAs + kRt1 + kImport));
     EXPECT_EQ(QEL_MDT_SortExtCommunitys(list.as<QEL_EXTCOMM_S>(), 6, ctx_), 0U);
     EXPECT_EQ(list.bytes(), host_list(kRt1 + kRt1 + kRt4 + kRt4 + kSourceAs + kImport));
     EXPECT_TRUE(recorder.asserts().empty());

@@ -232,6 +232,18 @@ TEST_F(MdtImport, CrossRefusesMissingArgumentsWithOneReport)
     }
 }
 
+// kept: a call that tells no more does not ask for the word either
+TEST_F(MdtImport, TheMoreWordIsNotLookedAt)
+{
+    const Held held(with_list(kRt1));
+    std::uint8_t *value = nullptr;
+    std::uint32_t length = kUnwritten;
+    std::uint32_t cursor = 1;
+    const platform::Recorder recorder;
+    EXPECT_EQ(QEL_MDT_GetCross(&held.info, &value, &length, &cursor, nullptr, ctx_), kFailed);
+    EXPECT_TRUE(recorder.asserts().empty());
+}
+
 TEST_F(MdtImport, ValuesReadByOneSideAreComparedAndWrittenByTheOther)
 {
     const Crossed group = cross(Held(whole_route()).info, 0, ctx_);

@@ -1,6 +1,8 @@
 // Values of messages between components: route prefixes, import targets, community lists, the non-key, added lists.
 #include "mdt_cases.h"
 
+#include "dirty_heap.h"
+
 namespace qel::test {
 namespace {
 
@@ -372,6 +374,16 @@ TEST_F(MdtMessage, ANonKeyComesFromItsFlagsAndItsGroup)
     }
 }
 
+// kept: how far the walk goes is told by the value's length and not by the length of the sub-TLVs in it
+TEST_F(MdtMessage, TheLengthOfTheSubTlvsIsLookedAtForZeroAlone)
+{
+    for (const std::string_view length : {"0001", "0008", "0010", "ffff"}) {
+        expect_made(read_message(QEL_MDT_ParseRtNonKeyTlv,
+                                 bytes("0001") + bytes(length) + bytes("0001 0004 01020304 0001 0004 05060708"), ctx_),
+                    {.nonkey = bytes("0100 0000 08070605")});
+    }
+}
+
 // kept: a sub-TLV takes 8 off the rest whatever its own length, by which the walk steps
 TEST_F(MdtMessage, EachSubTlvTakesEightOffTheRestAndStepsByItsOwnLength)
 {
@@ -495,6 +507,14 @@ TEST_F(MdtMessage, ANonKeyWhoseGroupIsNotValidGoesOutWithoutIt)
     }
 }
 
+TEST_F(MdtMessage, ANonKeyIsWrittenByItsPointerWhateverTheMask)
+{
+    Held held(whole_route());
+    held.info.uiValidMask = 0;
+    expect_written(write_message(QEL_MDT_FormatRtNonKeyTlv, held.info, 12, ctx_),
+                   bytes("0001 0008 0001 0004 ef010101"));
+}
+
 // kept: the flags are left behind a cursor that does not move
 TEST_F(MdtMessage, WithoutRoomForTheGroupTheFlagsAreLeftInTheBuffer)
 {
@@ -569,6 +589,7 @@ TEST_F(MdtMessage, NothingAddedToNothingMakesNoBlock)
 TEST_F(MdtMessage, ASumBeyond16BitsIsCutAndReported)
 {
     // 0x10004 is 4: neither the list nor the data fits
+    dirty_the_heap(4);
     Made got = add(Held({.list = Bytes(0xfffc, 1)}).info, Bytes(8, 2), ctx_);
     EXPECT_EQ(got.code, 0U);
     EXPECT_GE(got.asserts, 1U);

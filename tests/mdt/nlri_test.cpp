@@ -72,6 +72,42 @@ TEST_F(MdtNlri, TheGroupStandsInTheKeyAndInTheNonKey)
     EXPECT_EQ(hex(got.block.section(got.block->usNonKeyOffset, 8)), "01000000010101ef");
 }
 
+TEST_F(MdtNlri, TheFlagsOfARouteFromTheWireSayThatItsShareGroupIsValidAndNothingElse)
+{
+    for (const std::string_view wire :
+         {"80 0000 0064 00000005 0a000001 ef010101", "80 0002 ffffffff ffff ffffffff ffffffff"}) {
+        const Parsed got = parse(wire, ctx_);
+        ASSERT_TRUE(got.block);
+        EXPECT_EQ(hex(got.block.section(got.block->usNonKeyOffset, 4)), "01000000");
+    }
+}
+
+TEST_F(MdtNlri, TheBlockOfARouteComesFromTheMemoryOfItsContext)
+{
+    constexpr std::uint32_t kOther = 31;
+    const std::uint64_t before = platform::usage(kOther).allocations;
+    ctx_->uiMemHandle = kOther;
+    const Parsed got = parse(kNlri, ctx_);
+    ctx_->uiMemHandle = kMemHandle;
+    EXPECT_TRUE(got.block);
+    EXPECT_EQ(platform::usage(kOther).allocations, before + 1);
+    EXPECT_EQ(got.allocations, 0U);
+}
+
+TEST_F(MdtNlri, AReportNamesTheSourceThatHoldsTheCheck)
+{
+    const OddBytes wire(kNlri);
+    const std::uint8_t *cursor = wire.data();
+    QEL_ROUTE_BLOCK_S *result = block_marker();
+    std::uint32_t more = kUnwritten;
+    const platform::Recorder recorder;
+    EXPECT_EQ(QEL_MDT_ParseMpNlri(&cursor, 17, &result, &more, nullptr), kNull);
+    EXPECT_EQ(QEL_MDT_ParsePkt(&cursor, 17, 0, 14, &result, &more, nullptr), kNull);
+    ASSERT_EQ(recorder.asserts().size(), 2U);
+    EXPECT_TRUE(recorder.asserts()[0].file.ends_with(kPacketSource));
+    EXPECT_TRUE(recorder.asserts()[1].file.ends_with(kFrameSource));
+}
+
 TEST_F(MdtNlri, MoreIsToldByWhatIsLeftBehindTheSixteenBytes)
 {
     EXPECT_EQ(parse(kNlri, ctx_).more, 0U);

@@ -572,6 +572,22 @@ TEST_F(MdtAction, TheElementsOfTheActionAreCountedIn16Bits)
     }
 }
 
+// No octet of it is read: together with the route's list it would have no length of 32 bits.
+TEST_F(MdtAction, AValueOfNearlyFourGigabytesIsLikeNoMemory)
+{
+    const Held held({.list = host_list(kSourceAs)});
+    const Trusted given(bytes(kRt1));
+    for (const std::uint32_t action : {kReplace, kAdd, kAddOther, kDelete, 36U}) {
+        for (const std::uint32_t length : {0xffff0001U, 0xfffffff8U, 0xffffffffU}) {
+            const Made got = make([&](auto result) {
+                return QEL_MDT_ApplyExtCommunity(&held.info, action, given.data(), length, result, ctx_);
+            });
+            expect_not_made(got, kOutOfMemory, 1);
+            EXPECT_EQ(got.allocations, 0U);
+        }
+    }
+}
+
 TEST_F(MdtAction, AListWhoseLengthPasses16BitsStaysWithinItsBuffers)
 {
     for (const std::size_t length : {0xfff8U, 0x10000U, 0x10008U}) {
@@ -798,6 +814,13 @@ TEST_F(MdtAction, TheStepReportsAMissingArgumentAndDoesNothing)
         0);
     EXPECT_EQ(out, (std::array<std::uint8_t, 8>{}));
     EXPECT_EQ(length, 99U);
+}
+
+// kept: an action on a route that changes nothing stores null, one that leaves nothing a block that says so
+TEST_F(MdtAction, NothingLeftIsABlockAndNothingChangedIsNone)
+{
+    expect_no_value(apply(kDelete, kRt1, kRt2, ctx_));
+    expect_unchanged(apply(36, kRt1, kRt2, ctx_));
 }
 
 // --- the list to advertise ------------------------------------------------------------------------------------------

@@ -3,6 +3,7 @@
 
 #include "dirty_heap.h"
 #include "ngmvpn/qel_ngmvpn.h"
+#include "ngmvpn/qel_ngmvpn_segment_policy.h"
 
 #include <algorithm>
 #include <array>
@@ -204,6 +205,7 @@ TEST_F(Action, DeleteRefusesAMissingValueThatItWouldNotRead)
     const platform::Recorder recorder;
     EXPECT_EQ(QEL_NGMVPN_ApplyExtCommunity(&route, kDelete, nullptr, 0, &result, ctx_), kNull);
     EXPECT_EQ(recorder.asserts().size(), 1U);
+    EXPECT_TRUE(recorder.debugs().empty()) << "the arguments come before the log";
     EXPECT_EQ(result, nullptr);
 }
 
@@ -263,6 +265,137 @@ TEST_F(Action, TableRowsInTheirOrder)
     for (const std::uint32_t action : {0U, 5U, 8U, 60U, 62U, 88U, 0x106U, 0xffffffffU}) {
         EXPECT_EQ(QEL_NGMVPN_GetApplyActionEntry(action), nullptr) << action;
     }
+}
+
+TEST_F(Action, SegmentationIsTheLastOfTheFourRows)
+{
+    ASSERT_EQ(std::size(g_astQelNgmvpnApplyActionTbl), 4U);
+    EXPECT_EQ(g_astQelNgmvpnApplyActionTbl[3].uiType, 61U);
+    EXPECT_EQ(g_astQelNgmvpnApplyActionTbl[3].pfApplyAction, QEL_NGMVPN_ApplyAttrRplInfo);
+}
+
+TEST_F(Action, TheDescriptorListsTheFourCodes)
+{
+    ASSERT_EQ(instance_.desc.ucApplyActionCount, 4);
+    const std::array<std::uint32_t, 4> codes{6, 7, 61, 87};
+    EXPECT_TRUE(std::equal(codes.begin(), codes.end(), instance_.desc.auiApplyActionTypes));
+}
+
+TEST_F(Action, TheDescriptorHasABitForEachOfTheFourCodes)
+{
+    std::array<std::uint32_t, 4> words{};
+    for (const std::uint32_t code : {6U, 7U, 61U, 87U}) {
+        words[code / 32] |= 1U << code % 32;
+    }
+    EXPECT_TRUE(std::equal(words.begin(), words.end(), instance_.desc.auiActionTypeBits));
+}
+
+TEST_F(Action, TheInputIsLoggedInTwoLinesOnceTheArgumentsAreThere)
+{
+    EXPECT_EQ(apply(kAdd, kRt1, "", ctx_).log, kInput);
+}
+
+TEST_F(Action, TheOutputIsLoggedBehindTheCleanUpAlone)
+{
+    EXPECT_EQ(apply(kAdd, kRt1, kRt2, ctx_).log, kWhole);
+    EXPECT_EQ(apply(kDelete, kRt1, "", ctx_).log, kInput) << "no value";
+    const LentBuffer lent(ctx_);
+    const platform::FailAllocation failure(2); // the sort's scratch
+    EXPECT_EQ(apply(kAdd, kRt1, kRt2, ctx_).log, kInput);
+    EXPECT_TRUE(failure.fired());
+}
+
+TEST_F(Action, TheResultIsSortedAndWithoutRepeats)
+{
+    for (const std::uint32_t action : {kAdd, kReplace}) {
+        expect_list(apply(action, "-", kSourceAs + kRt4 + kRt1 + kSourceAs, ctx_), host_list(kRt1 + kRt4 + kSourceAs));
+    }
+}
+
+TEST_F(Action, TheBlockCarriesTheListInHostOrder)
+{
+    const Applied got = apply(kAdd, "-", kRt1, ctx_);
+    ASSERT_TRUE(got.block);
+    EXPECT_EQ(hex(got.block.section(32, 8)), "0200e9fd64000000");
+}
+
+TEST_F(Action, TheBlockIsAttribute16OfFlag0AndNothingElse)
+{
+    const Applied got = apply(kAdd, "-", kRt1 + kRt2, ctx_);
+    ASSERT_TRUE(got.block);
+    EXPECT_EQ(got.block->uiValidMask, 8U);
+    EXPECT_EQ(got.block->ucAttrFlag, 0);
+    EXPECT_EQ(got.block->ucAttrType, 16);
+    EXPECT_EQ(got.block->usAttrLen, 16);
+}
+
+TEST_F(Action, TheNoValueBlockIs32OctetsThatNameAttribute16WithNothingInIt)
+{
+    dirty_the_heap(32);
+    const std::uint64_t live = platform::usage(kMemHandle).live_bytes;
+    const Applied got = apply(kDelete, kRt1, "", ctx_);
+    EXPECT_EQ(platform::usage(kMemHandle).live_bytes, live + 32);
+    expect_no_value(got);
+}
+
+// kept: no block and a block without value are two answers
+TEST_F(Action, NothingBuiltAndNothingLeftAreToldApart)
+{
+    EXPECT_FALSE(apply(5, kRt1, kRt1, ctx_).block);
+    EXPECT_TRUE(apply(kDelete, kRt1, kRt1, ctx_).block);
+}
+
+TEST_F(Action, DeleteForgetsTheCountOfTheActionsList)
+{
+    expect_list(apply(kDelete, kSourceAs, kRt1 + kRt2 + kRt4, ctx_), host_list(kSourceAs));
+}
+
+TEST_F(Action, ReplaceCountsTheRestOfTheRouteAndTheActionsList)
+{
+    expect_list(apply(kReplace, kRt1 + kSourceAs + kImport, kRt2 + kRt4, ctx_),
+                host_list(kRt2 + kRt4 + kSourceAs + kImport));
+}
+
+TEST_F(Action, AddCountsTheRoutesListAndTheActionsList)
+{
+    expect_list(apply(kAdd, kRt1 + kSourceAs + kImport, kRt2 + kRt4, ctx_),
+                host_list(kRt1 + kRt2 + kRt4 + kSourceAs + kImport));
+}
+
+// kept: the list that a delete drops is made all the same
+TEST_F(Action, DeleteMakesTheActionsListThatItDrops)
+{
+    const LentBuffer lent(ctx_);
+    EXPECT_EQ(apply(kDelete, kRt1 + kSourceAs, kRt2, ctx_).allocations, 5U)
+        << "it, the rest, the new list, sort, block";
+    EXPECT_EQ(apply(kDelete, kRt1 + kSourceAs, "", ctx_).allocations, 4U);
+}
+
+// A delete's value is given back first, so that the rest of the route takes the inline buffer.
+TEST_F(Action, DeleteGivesTheActionsListBackBeforeItLooksAtTheRoute)
+{
+    EXPECT_EQ(apply(kDelete, kRt1 + kSourceAs, kRt2, ctx_).allocations, 2U) << "the new list and the block";
+}
+
+// The sort's scratch takes the inline buffer that the action's list had.
+TEST_F(Action, TheActionsListIsGivenBackBeforeTheSort)
+{
+    EXPECT_EQ(apply(kAdd, kRt1, kRt2, ctx_).allocations, 2U) << "the new list and the block";
+    EXPECT_EQ(apply(kReplace, kSourceAs, kRt2, ctx_).allocations, 3U) << "the rest of the route too";
+}
+
+TEST_F(Action, ALengthWithoutAListIsReportedAndTheWorkGoesOn)
+{
+    QEL_ROUTE_INFO_S route{};
+    route.uiExtCommLen = 8;
+    const Bytes value = bytes(kRt1);
+    QEL_ROUTE_BLOCK_S *result = nullptr;
+    const platform::Recorder recorder;
+    EXPECT_EQ(QEL_NGMVPN_ApplyExtCommunity(&route, kAdd, value.data(), 8, &result, ctx_), 0U);
+    const Block block(result);
+    EXPECT_EQ(recorder.asserts().size(), 1U);
+    ASSERT_TRUE(block);
+    EXPECT_EQ(hex(block.section(32, 16)), hex(Bytes(8) + host_list(kRt1)));
 }
 
 TEST_F(Action, NullArgumentsAreRefusedWithOneReport)
@@ -559,6 +692,58 @@ TEST_F(Action, EveryAllocationFailsOnceAndNothingIsLeftBehind)
         EXPECT_EQ(got.allocations, row.codes.size());
         EXPECT_TRUE(got.block);
     }
+}
+
+TEST_F(Action, AWorkBufferThatCanNotBeHadGivesThreeAndLeavesTheResultAlone)
+{
+    const LentBuffer lent(ctx_);
+    for (const std::uint32_t action : kActions) {
+        for (const std::uint64_t after : {0U, 1U}) { // the action's list, then the next one
+            SCOPED_TRACE(::testing::Message() << "action " << action << " after " << after);
+            const LeakCheck leaks;
+            const platform::FailAllocation failure(after);
+            expect_failed(apply(action, kRt1 + kSourceAs, kRt2, ctx_), kOutOfMemory, kInput);
+            EXPECT_TRUE(failure.fired());
+        }
+    }
+}
+
+TEST_F(Action, ANewListThatCanNotBeHadGivesBackWhatWasHeldBefore)
+{
+    const LentBuffer lent(ctx_);
+    const std::uint64_t live = platform::usage(kMemHandle).live_bytes;
+    for (const std::uint32_t action : {kReplace, kDelete}) {
+        const platform::FailAllocation failure(2);
+        EXPECT_EQ(apply(action, kRt1 + kSourceAs, kRt2, ctx_).code, kOutOfMemory);
+        EXPECT_EQ(platform::usage(kMemHandle).live_bytes, live);
+    }
+}
+
+TEST_F(Action, ASortWithoutScratchGivesItsOwnCodeAndTheNewListIsGivenBack)
+{
+    const LentBuffer lent(ctx_);
+    const std::uint64_t live = platform::usage(kMemHandle).live_bytes;
+    const platform::FailAllocation failure(2);
+    expect_failed(apply(kAdd, kRt1, kRt2, ctx_), kNoMemory, kInput);
+    EXPECT_EQ(platform::usage(kMemHandle).live_bytes, live);
+}
+
+TEST_F(Action, ABlockThatCanNotBeHadGivesItsCodeAndTheNewListIsGivenBack)
+{
+    const std::uint64_t live = platform::usage(kMemHandle).live_bytes;
+    const platform::FailAllocation failure(1);
+    expect_failed(apply(kAdd, kRt1, kRt2, ctx_), kNoMemory, kWhole);
+    EXPECT_EQ(platform::usage(kMemHandle).live_bytes, live);
+}
+
+TEST_F(Action, ANoValueBlockThatCanNotBeHadIsReportedAndStoresNull)
+{
+    const platform::FailAllocation failure(0);
+    const Applied got = apply(kDelete, kRt1, "", ctx_);
+    EXPECT_EQ(got.code, kNoMemory);
+    EXPECT_TRUE(got.stored);
+    EXPECT_FALSE(got.block);
+    EXPECT_EQ(got.asserts, 1U);
 }
 
 TEST_F(Action, ACodeThatTheHandlerDoesNotKnowStillNeedsTheActionsList)

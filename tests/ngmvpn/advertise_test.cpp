@@ -139,6 +139,49 @@ TEST(Advertise, InterIpmsiAndSourceActiveRoutesAndUnknownTypesPass)
     }
 }
 
+// kept: of the discovery routes; a C-multicast route needs 16
+TEST(Advertise, ForADiscoveryRouteAnyPeerLengthBut4IsTakenForIpv6)
+{
+    for (unsigned peer_len = 0; peer_len < 256; ++peer_len) {
+        const HostRoute with4({.user_data = peer_record(0, 4, static_cast<std::uint8_t>(peer_len))});
+        expect_verdict(ask(with4.info), peer_len == 4 ? 1 : 0);
+        const HostRoute with6(
+            {.key = intra_key(rd_a(), o6()), .user_data = peer_record(0, 4, static_cast<std::uint8_t>(peer_len))});
+        expect_verdict(ask(with6.info), peer_len == 4 ? 0 : 1);
+    }
+}
+
+TEST(Advertise, OfALeafRouteTheLeafsAddressCountsNotTheOriginators)
+{
+    for (const std::uint32_t type : {4U, 5U}) {
+        QEL_NGMVPN_KEY_S key = empty_key(type, rd_a());
+        (type == 4 ? key.uKey.stIpmsiLeafAd.ucOrigAddrLen : key.uKey.stSpmsiLeafAd.ucOrigAddrLen) = 128;
+        (type == 4 ? key.uKey.stIpmsiLeafAd.ucLeafAddrLen : key.uKey.stSpmsiLeafAd.ucLeafAddrLen) = 32;
+        const HostRoute to4({.key = key, .user_data = peer_record(0, 4, 4)});
+        expect_verdict(ask(to4.info), 1);
+        const HostRoute to6({.key = key, .user_data = peer_record(0, 4, 16)});
+        expect_verdict(ask(to6.info), 0);
+    }
+}
+
+TEST(Advertise, OfASPmsiRouteTheOriginatorCountsNotSourceAndGroup)
+{
+    QEL_NGMVPN_KEY_S key = spmsi_key(rd_a(), 1, s4(), g4(), o6());
+    const HostRoute to4({.key = key, .user_data = peer_record(0, 4, 4)});
+    expect_verdict(ask(to4.info), 0);
+    const HostRoute to6({.key = key, .user_data = peer_record(0, 4, 16)});
+    expect_verdict(ask(to6.info), 1);
+}
+
+// kept: unlike the other tables, this one lets through what it does not know
+TEST(Advertise, ATypeWithoutRowPasses)
+{
+    for (const std::uint32_t type : {0U, 9U, 0x101U, 0xffffffffU}) {
+        const HostRoute route({.key = empty_key(type, rd_a()), .user_data = peer_record(0, 4, 4)});
+        expect_verdict(ask(route.info), 1);
+    }
+}
+
 TEST(Advertise, NullArgumentsAreRefusedWithOneReport)
 {
     const HostRoute route(refused_route());
@@ -270,6 +313,12 @@ TEST(AdvertiseCMulticast, OnlyThreeTypesOfCommunityAreImportTargets)
         const bool import = type == 0x0102 || type == 0x010a || type == 0x010b;
         ASSERT_EQ(QEL_NGMVPN_IsExistImportRtInIPv4ExtComm(&route), import ? 1U : 0U) << type;
     }
+}
+
+TEST(AdvertiseCMulticast, TowardsAnIpv4PeerAListWithoutImportTargetIsNotSavedByIpv6Communities)
+{
+    EXPECT_EQ(c_multicast(host_list(kElse), Bytes(20, 1), 4), 0U);
+    EXPECT_EQ(c_multicast(host_list(kElse), Bytes(20, 1), 16), 1U);
 }
 
 // kept: step i moves i elements on, so that elements 0, 1, 3, 6, 10, 15 are looked at and no others

@@ -1,6 +1,8 @@
 // Attribute messages: one path attribute of a route as the value of a message, in both directions.
 #include "intercomp_cases.h"
 
+#include "ngmvpn/qel_ngmvpn_segment_importattr.h"
+
 #include "dirty_heap.h"
 
 #include <algorithm>
@@ -77,6 +79,46 @@ TEST_F(AttributeMsg, LessThanOneElementIsRefused)
         expect_no_result(list6(slice(kRt6.wire, 0, length)), kTooShort, 0);
     }
     EXPECT_FALSE(fail.fired());
+}
+
+TEST_F(AttributeMsg, AListIsAttributeSixteenOfFlagZeroAndAsLongAsItsValue)
+{
+    for (const std::size_t odd : {0U, 1U, 7U}) {
+        const MessageGot got = list(kRtAs2.wire + Bytes(odd));
+        ASSERT_TRUE(got.block);
+        EXPECT_EQ(got.block->ucAttrFlag, 0);
+        EXPECT_EQ(got.block->ucAttrType, 16);
+        EXPECT_EQ(got.block->usAttrLen, 8 + odd);
+    }
+}
+
+TEST_F(AttributeMsg, AnIpv6ListIsAttributeTwentyFiveOfFlagThreeAndAsLongAsItsValue)
+{
+    for (const std::size_t odd : {0U, 1U, 19U}) {
+        const MessageGot got = list6(kRt6.wire + Bytes(odd));
+        ASSERT_TRUE(got.block);
+        EXPECT_EQ(got.block->ucAttrFlag, 3);
+        EXPECT_EQ(got.block->ucAttrType, 25);
+        EXPECT_EQ(got.block->usAttrLen, 20 + odd);
+    }
+}
+
+// kept: where an update has a length that is no whole number of elements refused
+TEST_F(AttributeMsg, AListOfNineOctetsIsOneElementAndAnOctetUnswapped)
+{
+    expect_attr(list(bytes("0002 fde9 00000064 5a")), ext_comm(bytes("0200 e9fd 64000000 5a")));
+    expect_attr(list6(kRt6.wire + Bytes{0x5a}), ext_comm6(kRt6.host + Bytes{0x5a}));
+}
+
+TEST_F(AttributeMsg, AListWithoutMemoryIsReportedAndGivesThree)
+{
+    const LentBuffer lent(ctx_);
+    {
+        const platform::FailAllocation fail(0);
+        expect_no_result(list(kRtAs2.wire), kOutOfMemory, 1);
+    }
+    const platform::FailAllocation fail(0);
+    expect_no_result(list6(kRt6.wire), kOutOfMemory, 1);
 }
 
 TEST_F(AttributeMsg, ListsOfEveryLength)
@@ -207,6 +249,20 @@ TEST_F(AttributeMsg, CodesOfThePacketParsersComeOutUnchanged)
     const std::string other = "01 0019 b1" + kSidText + "02 0005 b2 20 18 b3b4";
     expect_attr(read_message(QEL_NGMVPN_ParseRtMsidTlv, bytes(other), ctx_),
                 {5, 66, bytes("00000000" + kSidWords + other)});
+}
+
+// kept: nothing is left to tell it from a refused one by
+TEST_F(AttributeMsg, ATunnelThatIsNotCarriedIsAFailure)
+{
+    expect_no_result(tunnel(bytes("00 06 000000 0a000001")), kNotCarried, 0);
+    expect_no_result(tunnel(bytes("00 03 000000 0a000001 e8010101")), kNotCarried, 0);
+}
+
+TEST_F(AttributeMsg, EachReaderIsThatOfItsAttribute)
+{
+    expect_no_result(tunnel(bytes("00 00 000000")), kNoTunnel, 0);
+    expect_no_result(read_message(QEL_NGMVPN_ParseRtPfxSidTlv, Bytes(27), ctx_), kPfxSidLength, 0);
+    expect_no_result(read_message(QEL_NGMVPN_ParseRtMsidTlv, Bytes(24), ctx_), kBadMsid, 0);
 }
 
 TEST_F(AttributeMsg, EveryAllocationOfTheOthersFailsOnce)
@@ -495,6 +551,42 @@ TEST_F(TunnelWriting, TunnelsGoOutAsInPackets)
     }
 }
 
+TEST_F(TunnelWriting, FourOctetsAreNoRoomForAnyTunnel)
+{
+    for (const std::string &record :
+         {kRsvpRecord, kMldpRecord, kBierRecord, kBier6Record, std::string("00 06 0000 00000000")}) {
+        for (std::size_t room = 0; room < 5; ++room) {
+            expect_not_written(write(bytes(record), room), kNoRoom);
+        }
+    }
+}
+
+TEST_F(TunnelWriting, AnRsvpTeTunnelNeedsSeventeenOctets)
+{
+    expect_not_moved(write(bytes(kRsvpRecord), 16), kNoRoom);
+    expect_written(write(bytes(kRsvpRecord), 17), bytes(kRsvpText));
+}
+
+TEST_F(TunnelWriting, AnMldpTunnelNeedsFifteenOctetsAndItsOpaqueValue)
+{
+    expect_not_moved(write(bytes(kMldpRecord), 17), kNoRoom);
+    expect_written(write(bytes(kMldpRecord), 18), bytes(kMldpText));
+}
+
+TEST_F(TunnelWriting, ABierTunnelNeedsTwelveOctetsWithAPrefixOfFourAndTwentyFourWithOthers)
+{
+    expect_not_moved(write(bytes(kBierRecord), 11), kNoRoom);
+    expect_written(write(bytes(kBierRecord), 12), bytes(kBierText));
+    expect_not_moved(write(bytes(kBier6Record), 23), kNoRoom);
+    expect_written(write(bytes(kBier6Record), 24), bytes(kBier6Text));
+}
+
+TEST_F(TunnelWriting, TheRoomOfAnMldpTunnelIsTestedAheadOfItsRecord)
+{
+    expect_not_moved(write(bytes(kMldpRecord), 17, 17), kNoRoom);
+    expect_not_moved(write(bytes(kMldpRecord), 18, 17), kFailed, 1);
+}
+
 TEST_F(TunnelWriting, FieldsGoOutAsTheyStand)
 {
     // kept: the reserved word of the record is not written, the high octet of the label neither
@@ -703,6 +795,34 @@ TEST_F(AttributeMsg, EveryTypeLeadsToItsHandlers)
     for (const std::uint32_t type : {0U, 1U, 10U, 12U, 16U, 22U, 24U, 33U, 35U, 49U, 52U, 60U, 66U, 0x10000U + 11}) {
         EXPECT_EQ(QEL_NGMVPN_GetAttrMsgParseEntry(type), nullptr) << type;
         EXPECT_EQ(QEL_NGMVPN_GetAttrMsgFormatEntry(type), nullptr) << type;
+    }
+}
+
+TEST_F(AttributeMsg, TheNineTypesStandInTheirOrder)
+{
+    const struct {
+        std::uint32_t type;
+        MessageParser parser;
+        MessageFormatter formatter;
+    } rows[] = {
+        {11, QEL_NGMVPN_ParseRtExtCommunityTlv, QEL_NGMVPN_FormatExtCommunityTlv},
+        {21, QEL_NGMVPN_ParseRtExtCommunityTlv, QEL_NGMVPN_FormatExtCommunityTlv},
+        {25, QEL_NGMVPN_ParsePmsiTnlTlv, QEL_NGMVPN_FormatPmsiTnlTlv},
+        {34, QEL_NGMVPN_ParseRtNonKeyTlv, QEL_NGMVPN_FormatRtNonKeyTlv},
+        {40, QEL_NGMVPN_ParseImportAttrTlv, QEL_NGMVPN_FormatImportAttrTlv},
+        {50, QEL_NGMVPN_ParseRtIPv6ExtCommunityTlv, QEL_NGMVPN_FormatIPv6ExtCommunityTlv},
+        {51, QEL_NGMVPN_ParseRtIPv6ExtCommunityTlv, QEL_NGMVPN_FormatIPv6ExtCommunityTlv},
+        {43, QEL_NGMVPN_ParseRtPfxSidTlv, QEL_NGMVPN_FormatRtPfxSidTlv},
+        {59, QEL_NGMVPN_ParseRtMsidTlv, QEL_NGMVPN_FormatRtMsidTlv},
+    };
+    ASSERT_EQ(std::size(g_astQelNgmvpnAttrMsgParseTbl), std::size(rows));
+    ASSERT_EQ(std::size(g_astQelNgmvpnAttrMsgFormatTbl), std::size(rows));
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        SCOPED_TRACE(rows[i].type);
+        EXPECT_EQ(g_astQelNgmvpnAttrMsgParseTbl[i].uiType, rows[i].type);
+        EXPECT_EQ(g_astQelNgmvpnAttrMsgParseTbl[i].pfParseMsg, rows[i].parser);
+        EXPECT_EQ(g_astQelNgmvpnAttrMsgFormatTbl[i].uiType, rows[i].type);
+        EXPECT_EQ(g_astQelNgmvpnAttrMsgFormatTbl[i].pfFormatMsg, rows[i].formatter);
     }
 }
 

@@ -217,5 +217,166 @@ TEST(NgmvpnConstruct, ComponentEntryPointsPassTheFailureOn)
     }
 }
 
+// A constructed descriptor whose words all held the same octet before.
+class NgmvpnDescriptor : public ::testing::Test {
+protected:
+    static constexpr std::uint32_t kFill = 0xa5a5a5a5;
+
+    NgmvpnDescriptor()
+    {
+        desc_.uiAddrFamily = 1;
+        ctx_ = QEL_NGMVPN_Construct(&desc_, kMemHandle);
+    }
+    ~NgmvpnDescriptor() override { QEL_NGMVPN_Destruct(ctx_); }
+
+    static void expect_list(const std::uint32_t (&list)[QEL_TYPE_LIST_MAX], std::uint8_t count,
+                            std::initializer_list<std::uint32_t> types)
+    {
+        ASSERT_EQ(count, types.size());
+        std::size_t i = 0;
+        for (const std::uint32_t type : types) {
+            EXPECT_EQ(list[i++], type);
+        }
+        for (; i < QEL_TYPE_LIST_MAX; ++i) {
+            EXPECT_EQ(list[i], kFill) << "an entry behind the count";
+        }
+    }
+
+    LeakCheck leaks_;
+    QEL_FAMILY_DESC_S desc_ = filled_descriptor();
+    QEL_FAMILY_CTX_S *ctx_ = nullptr;
+};
+
+TEST_F(NgmvpnDescriptor, NamesSevenPacketAttributes)
+{
+    expect_list(desc_.auiPktAttrTypes, desc_.ucPktAttrCount, {14, 15, 16, 22, 25, 40, 66});
+}
+
+TEST_F(NgmvpnDescriptor, NamesEighteenMessageTypes)
+{
+    expect_list(desc_.auiMsgTlvTypes, desc_.ucMsgTlvCount,
+                {53, 55, 59, 61, 56, 57, 5, 6, 15, 16, 18, 20, 19, 21, 137, 138, 157, 158});
+}
+
+TEST_F(NgmvpnDescriptor, NamesEightHaMessageTypes)
+{
+    expect_list(desc_.auiHaMsgTlvTypes, desc_.ucHaMsgTlvCount, {1, 3, 5, 6, 7, 8, 10, 11});
+}
+
+TEST_F(NgmvpnDescriptor, NamesNineAttributeMessageTypes)
+{
+    expect_list(desc_.auiAttrMsgTlvTypes, desc_.ucAttrMsgTlvCount, {11, 21, 25, 34, 40, 50, 51, 43, 59});
+}
+
+TEST_F(NgmvpnDescriptor, NamesFourActionsInTheSecondListAlone)
+{
+    expect_list(desc_.auiApplyActionTypes, desc_.ucApplyActionCount, {6, 7, 61, 87});
+    expect_list(desc_.auiPolicyActionTypes, desc_.ucPolicyActionCount, {});
+}
+
+TEST_F(NgmvpnDescriptor, HasThreeMatchMasksAndLeavesTheOtherThreeWords)
+{
+    for (std::size_t i = 0; i < 6; ++i) {
+        EXPECT_EQ(desc_.auiMatchTypeMask[i], i < 3 ? 0x300904U : kFill) << i;
+    }
+}
+
+TEST_F(NgmvpnDescriptor, HasItsActionsAsBitsOfFourWords)
+{
+    const std::uint32_t words[] = {0xc0, 0x20000000, 0x800000, 0};
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(desc_.auiActionTypeBits[i], words[i]) << i;
+    }
+    for (const std::uint32_t action : {6U, 7U, 61U, 87U}) {
+        EXPECT_NE(desc_.auiActionTypeBits[action / 32] >> action % 32 & 1U, 0U) << action;
+    }
+}
+
+TEST_F(NgmvpnDescriptor, HasFamilyCodeSix)
+{
+    EXPECT_EQ(desc_.ucFamilyCode, 6U);
+}
+
+TEST_F(NgmvpnDescriptor, HasNoAddressFamilyAfterwards)
+{
+    EXPECT_EQ(desc_.uiAddrFamily, 0U);
+}
+
+TEST_F(NgmvpnDescriptor, HasItsOperationsInTheirSlots)
+{
+    QEL_FAMILY_DESC_S expected = filled_descriptor();
+    describe_operations(expected);
+    const Slots slots = slots_of(desc_);
+    const Slots wanted = slots_of(expected);
+    for (std::size_t i = 0; i < slots.size(); ++i) {
+        EXPECT_EQ(slots[i], wanted[i]) << "slot " << i;
+    }
+}
+
+// kept: one spare slot of fourteen is written
+TEST_F(NgmvpnDescriptor, SpareSlotsStayTheHostsAndSlot30IsCleared)
+{
+    const Slots slots = slots_of(desc_);
+    const Slots before = slots_of(filled_descriptor());
+    for (const std::size_t spare : {17U, 26U, 27U, 28U, 29U, 31U, 32U, 33U, 37U, 39U, 40U, 41U, 42U, 43U}) {
+        EXPECT_EQ(slots[spare], before[spare]) << spare;
+    }
+    EXPECT_EQ(slots[30], 0U);
+}
+
+TEST(NgmvpnConstruct, WithoutDescriptorOrHandleIsReportedAndGivesNoContext)
+{
+    QEL_FAMILY_DESC_S desc = filled_descriptor();
+    platform::Recorder recorder;
+    EXPECT_EQ(QEL_NGMVPN_Construct(nullptr, kMemHandle), nullptr);
+    EXPECT_EQ(recorder.asserts().size(), 1U);
+    EXPECT_EQ(QEL_NGMVPN_Construct(&desc, 0), nullptr);
+    EXPECT_EQ(recorder.asserts().size(), 2U);
+    EXPECT_EQ(QEL_NGMVPN_Construct(nullptr, 0), nullptr);
+    EXPECT_EQ(recorder.asserts().size(), 3U);
+    expect_descriptor(desc, filled_descriptor());
+}
+
+TEST(NgmvpnConstruct, WithoutMemoryIsReportedAndLeavesTheDescriptor)
+{
+    QEL_FAMILY_DESC_S desc = filled_descriptor();
+    const platform::Recorder recorder;
+    const platform::FailAllocation failure(0);
+    EXPECT_EQ(QEL_NGMVPN_Construct(&desc, kMemHandle), nullptr);
+    EXPECT_TRUE(failure.fired());
+    EXPECT_EQ(recorder.asserts().size(), 1U);
+    expect_descriptor(desc, filled_descriptor());
+}
+
+TEST(NgmvpnConstruct, MakesAClearedContextOf276BytesOnTheHandle)
+{
+    const LeakCheck leaks;
+    dirty_the_heap(276);
+    QEL_FAMILY_DESC_S desc = filled_descriptor();
+    const std::uint64_t live = platform::usage(kMemHandle).live_bytes;
+    QEL_FAMILY_CTX_S *ctx = QEL_NGMVPN_Construct(&desc, kMemHandle);
+    ASSERT_NE(ctx, nullptr);
+    EXPECT_EQ(platform::usage(kMemHandle).live_bytes - live, 276U);
+    EXPECT_EQ(ctx->uiMemHandle, kMemHandle);
+    EXPECT_EQ(ctx->usAddrFamily, 0xa5a5U) << "the low half";
+    const auto *octets = reinterpret_cast<const std::uint8_t *>(ctx);
+    EXPECT_EQ(hex({octets + 4, 260}), std::string(520, '0'));
+    EXPECT_EQ(ctx->usInstanceKind, 0U);
+    EXPECT_EQ(ctx->uiDebugModule, 0U);
+    EXPECT_EQ(ctx->uiDebugHandle, 0U);
+    QEL_NGMVPN_Destruct(ctx);
+}
+
+TEST(NgmvpnConstruct, DestructReleasesTheContextAndReportsNull)
+{
+    const LeakCheck leaks;
+    QEL_FAMILY_DESC_S desc{};
+    platform::Recorder recorder;
+    QEL_NGMVPN_Destruct(QEL_NGMVPN_Construct(&desc, kMemHandle));
+    EXPECT_TRUE(recorder.asserts().empty());
+    QEL_NGMVPN_Destruct(nullptr);
+    EXPECT_EQ(recorder.asserts().size(), 1U);
+}
+
 } // namespace
 } // namespace qel::test

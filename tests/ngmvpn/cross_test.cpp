@@ -327,6 +327,13 @@ TEST_F(CrossTest, ElementsThatAreNoTargetsAreSteppedOverInsideOneCall)
     expect_end(gtm(route, 4), 4);
 }
 
+TEST_F(CrossTest, SeveralElementsInARowAreSteppedOverInsideOneCall)
+{
+    const CrossRoute route(nonkey_of(1, kFlagType), list_of({kSourceAs, kVrfImport, kSourceAs, kRtAs2, kRtIp4}));
+    expect_cross(gtm(route, 0), kRtAs2.host, 4);
+    expect_cross(gtm(route, 4), kRtIp4.host, 5);
+}
+
 TEST_F(CrossTest, BehindTheMarkerThePositionsAreShiftedByOne)
 {
     const CrossRoute route(nonkey_of(1, kFlagsTypeAndRd, rd_a()), list_of({kSourceAs, kRtAs2, kVrfImport, kRtIp4}),
@@ -510,6 +517,28 @@ TEST_F(CrossTest, EachOctetOfTheRdCountsForTheRewrittenType)
         reinterpret_cast<std::uint8_t *>(&nonkey.stRd)[i] = 1;
         expect_cross(gtm(CrossRoute(nonkey, rt.host)), with_type(0x010b, rt.host), 1);
     }
+}
+
+TEST_F(CrossTest, AnRdThatIsNotZeroRewritesTheTypeWhateverTheNumber)
+{
+    for (const std::uint32_t number : {0U, 5U}) {
+        const Target rt = ip4(0x0102, 0xc0000201, number);
+        expect_cross(gtm(CrossRoute(nonkey_of(7, kFlagsTypeAndRd, rd_a()), rt.host)), with_type(0x010b, rt.host), 1);
+    }
+}
+
+TEST_F(CrossTest, InTheGlobalTableANumberOfZeroRewritesTheTypeToAllOnes)
+{
+    const Target zero = ip4(0x0102, 0xc0000201, 0);
+    const Target five = ip4(0x0102, 0xc0000201, 5);
+    expect_cross(gtm(CrossRoute(nonkey_of(8, kFlagsTypeAndRd), zero.host)), with_type(0xffff, zero.host), 1);
+    expect_cross(gtm(CrossRoute(nonkey_of(8, kFlagsTypeAndRd), five.host)), with_type(0x010b, five.host), 1);
+}
+
+TEST_F(CrossTest, WithoutAnRdCopyACMulticastRouteIsNotOfTheGlobalTable)
+{
+    const Target zero = ip4(0x0102, 0xc0000201, 0);
+    expect_cross(gtm(CrossRoute(nonkey_of(7, kFlagType), zero.host)), with_type(0x010b, zero.host), 1);
 }
 
 Bytes rewritten(const QEL_NGMVPN_NONKEY_S &nonkey, const Bytes &value, std::uint32_t size, std::uint32_t length)
@@ -698,6 +727,53 @@ TEST_F(CrossTest, AMulticastComponentKeepsTheTargetInHostOrderWithoutTheKey)
     }
 }
 
+TEST_F(CrossTest, AMulticastComponentKeepsAnIpv6TargetInHostOrderToo)
+{
+    become(kKindMvpn6);
+    expect_cross(gtm(CrossRoute(leaf_nonkey(4, bytes(kRd0 + kO4)), {}, kRt6.host)),
+                 bytes("0b01 b80d0120 03020100 07060504 0b0a0908 2211"), 1);
+}
+
+TEST_F(CrossTest, AnInstanceOfNoComponentYieldsTheTargetAloneInWireOrder)
+{
+    become(kKindPlain);
+    expect_cross(gtm(CrossRoute(leaf_nonkey(5, bytes(kRd0 + kS4 + kG4 + kO4)), kRtIp4.host)), bytes(kRtWire), 1);
+}
+
+TEST_F(CrossTest, AVrfComponentPutsTypeOctetAndKeyBeforeTheTargetInWireOrder)
+{
+    const std::string intra = kRd0 + kO4;
+    for (const std::uint16_t kind : {kKindMvrf4, kKindMvrf6}) {
+        become(kind);
+        expect_cross(gtm(CrossRoute(leaf_nonkey(4, bytes(intra)), kRtIp4.host)), bytes("03" + intra + kRtWire), 1);
+    }
+}
+
+TEST_F(CrossTest, BothLeafFormsYieldTheCompositeAndTheirNeighboursDoNot)
+{
+    become(kKindMvrf4);
+    const Bytes key = bytes(kRd0 + kO4);
+    for (const std::uint32_t type : {3U, 4U, 5U, 6U}) {
+        SCOPED_TRACE(type);
+        QEL_NGMVPN_NONKEY_S nonkey = leaf_nonkey(4, key);
+        nonkey.uiKeyType = type;
+        const bool leaf = type == 4 || type == 5;
+        expect_cross(gtm(CrossRoute(nonkey, kRtIp4.host)), leaf ? bytes("03") + key + kRtIp4.wire : kRtIp4.host, 1);
+    }
+}
+
+// kept: a wildcard key of component 985 is stored in the full shape, one of 298 as short as it came
+TEST_F(CrossTest, AShortKeyGrowsInsideTheValueOfTheIpv4Component)
+{
+    const std::string key = kRd2 + "00" + kG4 + kO4;
+    become(kKindMvrf4);
+    expect_cross(gtm(CrossRoute(leaf_nonkey(5, bytes(key)), kRtIp4.host)),
+                 bytes("02" + kRd2 + "0000000000" + kG4 + kO4 + kRtWire), 1);
+    become(kKindMvrf6);
+    expect_cross(gtm(CrossRoute(leaf_nonkey(5, bytes(kRd1 + "0000" + kO4)), kRtIp4.host)),
+                 bytes("02" + kRd1 + "0000" + kO4 + kRtWire), 1);
+}
+
 // kept: a key length that the instance does not know leaves the octet in front 0
 TEST_F(CrossTest, AKeyOfTheOtherAddressFamilyHasAZeroInFront)
 {
@@ -748,6 +824,69 @@ TEST_F(CrossTest, TheTypeOctetByKeyLengthAndInstance)
             EXPECT_EQ(out[1], 0xee);
         }
     }
+}
+
+// What stands in front of a route key of that length, 0xee where nothing was written.
+std::uint8_t octet_in_front(std::uint8_t key_len, std::uint16_t kind)
+{
+    std::uint8_t out = 0xee;
+    QEL_NGMVPN_AddIrtType(&out, key_len, kind);
+    return out;
+}
+
+TEST(CrossTypeOctet, OfIntraKeysIsTheSameInEveryInstance)
+{
+    for (const std::uint16_t kind : kKinds) {
+        EXPECT_EQ(octet_in_front(12, kind), 3) << kind;
+        EXPECT_EQ(octet_in_front(24, kind), 8) << kind;
+    }
+}
+
+TEST(CrossTypeOctet, OfIpv4InstancesTellsTheOriginatorsFamily)
+{
+    for (const std::uint16_t kind : {kKindMvrf4, kKindMvpn4}) {
+        for (const std::uint8_t length : std::initializer_list<std::uint8_t>{14, 18, 22}) {
+            EXPECT_EQ(octet_in_front(length, kind), 2) << int{length};
+        }
+        for (const std::uint8_t length : std::initializer_list<std::uint8_t>{26, 30, 34}) {
+            EXPECT_EQ(octet_in_front(length, kind), 7) << int{length};
+        }
+    }
+}
+
+TEST(CrossTypeOctet, OfIpv6InstancesTellsTheOriginatorsFamily)
+{
+    for (const std::uint16_t kind : {kKindMvrf6, kKindMvpn6}) {
+        for (const std::uint8_t length : std::initializer_list<std::uint8_t>{14, 30, 46}) {
+            EXPECT_EQ(octet_in_front(length, kind), 2) << int{length};
+        }
+        for (const std::uint8_t length : std::initializer_list<std::uint8_t>{26, 42, 58}) {
+            EXPECT_EQ(octet_in_front(length, kind), 9) << int{length};
+        }
+    }
+}
+
+TEST(CrossTypeOctet, IsNotWrittenForALengthThatTheInstanceDoesNotKnow)
+{
+    for (const std::uint8_t length : std::initializer_list<std::uint8_t>{0, 13, 42, 46, 58, 255}) {
+        EXPECT_EQ(octet_in_front(length, kKindMvrf4), 0xee) << int{length};
+    }
+    for (const std::uint8_t length : std::initializer_list<std::uint8_t>{0, 13, 18, 22, 34, 255}) {
+        EXPECT_EQ(octet_in_front(length, kKindMvrf6), 0xee) << int{length};
+    }
+    for (const std::uint8_t length : std::initializer_list<std::uint8_t>{14, 22, 46, 58}) {
+        EXPECT_EQ(octet_in_front(length, kKindPlain), 0xee) << int{length};
+    }
+}
+
+// kept: the answer is 1 where nothing is written, too
+TEST(CrossTypeOctet, IsAnsweredWithOneAlsoWhereNoneIsWritten)
+{
+    std::uint8_t out = 0xee;
+    EXPECT_EQ(QEL_NGMVPN_AddIrtType(&out, 12, kKindMvrf4), 1U);
+    EXPECT_EQ(QEL_NGMVPN_AddIrtType(&out, 13, kKindMvrf4), 1U);
+    EXPECT_EQ(QEL_NGMVPN_AddIrtType(&out, 22, kKindMvrf6), 1U);
+    EXPECT_EQ(QEL_NGMVPN_AddIrtType(&out, 22, kKindPlain), 1U);
 }
 
 // One call of the builder with 79 zeroed octets.
@@ -838,6 +977,30 @@ TEST_F(CrossTest, AnEmbeddedLengthThatNoRouteHasStaysWithinItsBuffers)
                 EXPECT_EQ(got.asserts, 0U) << length;
             }
         }
+    }
+}
+
+TEST_F(CrossTest, WhatDoesNotFitTheValueIsReportedAndTheWorkGoesOn)
+{
+    become(kKindMvrf4);
+    struct {
+        std::uint8_t key_len;
+        std::size_t asserts;
+        Bytes value;
+    } const rows[] = {
+        {59, 1, Bytes(1 + 59, 0) + kRtIp4.wire}, // the key
+        {70, 1, Bytes(1 + 70, 0) + kRtIp4.wire}, // the key; the target fills the room
+        {71, 2, Bytes(1 + 71 + 8, 0)},           // both
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(int{row.key_len});
+        QEL_NGMVPN_NONKEY_S nonkey = leaf_nonkey(5, Bytes(58, 0x40));
+        nonkey.aucEmbeddedKey[1] = row.key_len;
+        const CrossGot got = gtm(CrossRoute(nonkey, kRtIp4.host));
+        EXPECT_EQ(got.code, 0U);
+        EXPECT_EQ(hex(got.value), hex(row.value));
+        EXPECT_EQ(got.more, 1U);
+        EXPECT_EQ(got.asserts, row.asserts);
     }
 }
 
@@ -1062,7 +1225,7 @@ TEST_F(CrossTest, AMarkerThatCannotBeAllocatedWritesNothing)
         const CrossGot got = call_cross(get, route.info, 0, ctx_);
         EXPECT_TRUE(fail.fired());
         EXPECT_EQ(got.code, kNoMem);
-        EXPECT_FALSE(got.has_value);
+        EXPECT_FALSE(got.written);
         EXPECT_EQ(got.length, kUnwritten);
         EXPECT_EQ(got.more, kUnwritten);
         EXPECT_EQ(got.cursor, 0U);
@@ -1079,6 +1242,12 @@ TEST_F(CrossTest, TheEndOfAWalkAllocatesNothing)
 }
 
 // --- the order ------------------------------------------------------------------------------------------------------
+
+Bytes changed(Bytes value, std::size_t at, std::uint8_t octet)
+{
+    value[at] = octet;
+    return value;
+}
 
 int sign(int value)
 {
@@ -1233,6 +1402,9 @@ TEST(CrossOrder, BadArgumentsAreReportedOnceAndAreNoOrder)
     expect_failed(a.data(), 8, nullptr, 8);
     expect_failed(nullptr, 8, nullptr, 8);
     expect_failed(nullptr, 0, nullptr, 0);
+    const OddBytes stored(changed(Bytes(31, 1), 0, 2)); // one that searches find
+    expect_failed(stored.data(), 31, nullptr, 31);
+    expect_failed(nullptr, 31, stored.data(), 31);
     for (const std::uint32_t length : {0U, 1U, 2U, 3U}) {
         expect_failed(a.data(), length, b.data(), 8);
         expect_failed(a.data(), 8, b.data(), length);
@@ -1460,12 +1632,6 @@ TEST(CrossSearch, StoredValuesOfOtherLengthsAreComparedByteByByte)
 TEST(CrossSearch, AKeyWithoutSourceAndGroupFindsAValueThatNamesThem)
 {
     EXPECT_EQ(compare(kStored, kWildcard), 0);
-}
-
-Bytes changed(Bytes value, std::size_t at, std::uint8_t octet)
-{
-    value[at] = octet;
-    return value;
 }
 
 TEST(CrossSearch, OnlyRdOriginatorAndTargetCountForAnOpenKey)

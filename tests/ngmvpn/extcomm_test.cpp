@@ -946,6 +946,85 @@ TEST(ExtCommLength, IsAWholeNumberOfElements)
     EXPECT_TRUE(recorder.asserts().empty());
 }
 
+TEST(ExtCommLength, NothingHasACodeOfItsOwn)
+{
+    EXPECT_EQ(QEL_NGMVPN_CheckExtCommLen(0), kEmpty);
+    EXPECT_EQ(QEL_NGMVPN_CheckExtCommLen(4), kBadLength);
+    EXPECT_EQ(QEL_NGMVPN_CheckExtCommLen(12), kBadLength);
+}
+
+// kept: attribute 25 knows no code for an empty one
+TEST_F(ExtCommList, AnEmptyAttributeHasItsOwnCodeIn16AndThatOfABrokenLengthIn25)
+{
+    expect_refused(parse_attribute(kEight.parser, {}, ctx_), kEmpty);
+    expect_refused(parse_attribute(kTwenty.parser, {}, ctx_), kBadLength);
+}
+
+TEST_F(ExtCommList, TheSectionsAreLabelled0And16And3And25)
+{
+    for (const Kind &kind : {kEight, kTwenty}) {
+        const Parsed got = parse_attribute(kind.parser, Bytes(kind.size, 2), ctx_);
+        ASSERT_TRUE(got.block);
+        EXPECT_EQ(got.block->ucAttrFlag, kind.size == 8 ? 0 : 3);
+        EXPECT_EQ(got.block->ucAttrType, kind.type);
+    }
+}
+
+TEST_F(ExtCommList, TheCursorMovesByTheWholeAttributeThoughRepeatsWereDropped)
+{
+    for (const Kind &kind : {kEight, kTwenty}) {
+        const Parsed got = parse_attribute(kind.parser, list_of("aaa", kind.size), ctx_);
+        ASSERT_TRUE(got.block);
+        EXPECT_EQ(got.block->usAttrLen, kind.size);
+        EXPECT_EQ(got.moved, static_cast<std::ptrdiff_t>(3 * kind.size));
+        EXPECT_EQ(got.more, 0U);
+    }
+}
+
+TEST_F(ExtCommList, ReadingRefusesNullArgumentsWithOneReport)
+{
+    for (const Kind &kind : {kEight, kTwenty}) {
+        const OddBytes wire(list_of("a", kind.size));
+        for (unsigned missing = 1; missing < 16; ++missing) {
+            SCOPED_TRACE(missing);
+            const std::uint8_t *cursor = wire.data();
+            QEL_ROUTE_BLOCK_S *result = nullptr;
+            std::uint32_t more = kUnwritten;
+            const platform::Recorder recorder;
+            // the length comes after the arguments
+            EXPECT_EQ(kind.parser((missing & 1) != 0 ? nullptr : &cursor, 3, (missing & 2) != 0 ? nullptr : &result,
+                                  (missing & 4) != 0 ? nullptr : &more, (missing & 8) != 0 ? nullptr : ctx_),
+                      kNull);
+            EXPECT_EQ(recorder.asserts().size(), 1U);
+            EXPECT_EQ(cursor, wire.data());
+        }
+    }
+}
+
+TEST_F(ExtCommList, ReadingGivesItsWorkBufferBack)
+{
+    const LeakCheck leaks;
+    for (const Kind &kind : {kEight, kTwenty}) {
+        const Parsed got = parse_attribute(kind.parser, list_of("baa", kind.size), ctx_);
+        EXPECT_TRUE(got.block);
+    }
+}
+
+TEST_F(ExtCommList, ReadingWithoutMemoryIsReportedAndLeavesCursorAndResult)
+{
+    const LentBuffer lent(ctx_); // so that the scratch of the sort comes from the heap
+    for (const Kind &kind : {kEight, kTwenty}) {
+        for (std::uint64_t after = 0; after < 3; ++after) { // work buffer, scratch, block
+            SCOPED_TRACE(after);
+            const LeakCheck leaks;
+            const platform::FailAllocation failure(after);
+            const Parsed got = parse_attribute(kind.parser, list_of("ba", kind.size), ctx_);
+            EXPECT_TRUE(failure.fired());
+            expect_refused(got, kNoMemory, 1);
+        }
+    }
+}
+
 TEST_F(ExtCommList, AnAttributeOfEveryLengthIsReadOrRefused)
 {
     for (std::size_t length = 0; length <= 64; ++length) {
@@ -1164,6 +1243,65 @@ TEST_F(ExtCommList, WholeElementsAreSwappedAndTheRestIsWrittenAsItStands)
             const QEL_ROUTE_INFO_S short_route = route_holding(kind.type, short_section.data(), short_section.size());
             expect_written(write_attribute(kind.formatter, short_route, short_section.size(), ctx_), tail);
         }
+    }
+}
+
+TEST_F(ExtCommList, WritingRefusesNullArgumentsWithOneReport)
+{
+    for (const Kind &kind : {kEight, kTwenty}) {
+        const OddBytes section(list_of("a", kind.size));
+        for (unsigned missing = 1; missing < 8; ++missing) {
+            SCOPED_TRACE(missing);
+            QEL_ROUTE_INFO_S route = route_holding(kind.type, section.data(), section.size());
+            Bytes out(kind.size);
+            std::uint8_t *cursor = out.data();
+            const platform::Recorder recorder;
+            EXPECT_EQ(kind.formatter((missing & 1) != 0 ? nullptr : &route, (missing & 2) != 0 ? nullptr : &cursor,
+                                     section.size(), (missing & 4) != 0 ? nullptr : ctx_),
+                      kNull);
+            EXPECT_EQ(recorder.asserts().size(), 1U);
+            EXPECT_EQ(cursor, out.data());
+        }
+    }
+}
+
+TEST_F(ExtCommList, ARouteWithoutListWritesNothing)
+{
+    for (const Kind &kind : {kEight, kTwenty}) {
+        expect_not_written(write_attribute(kind.formatter, route_holding(kind.type, nullptr, 40), 40, ctx_), 0);
+    }
+}
+
+TEST_F(ExtCommList, AListThatDoesNotFitGives4AndMovesNothing)
+{
+    for (const Kind &kind : {kEight, kTwenty}) {
+        const OddBytes section(list_of("ab", kind.size));
+        const QEL_ROUTE_INFO_S route = route_holding(kind.type, section.data(), section.size());
+        expect_not_written(write_attribute(kind.formatter, route, section.size() - 1, ctx_), kNoRoom);
+        EXPECT_EQ(write_attribute(kind.formatter, route, section.size(), ctx_).code, 0U);
+    }
+}
+
+TEST_F(ExtCommList, WritingWithoutMemoryIs3AndReported)
+{
+    for (const Kind &kind : {kEight, kTwenty}) {
+        const OddBytes section(list_of("ab", kind.size));
+        const QEL_ROUTE_INFO_S route = route_holding(kind.type, section.data(), section.size());
+        const platform::FailAllocation failure(0);
+        expect_not_written(write_attribute(kind.formatter, route, section.size(), ctx_), 3, 1);
+        EXPECT_TRUE(failure.fired());
+    }
+}
+
+TEST_F(ExtCommList, WritingLeavesTheRoutesListInHostOrderAndGivesItsCopyBack)
+{
+    const LeakCheck leaks;
+    for (const Kind &kind : {kEight, kTwenty}) {
+        const OddBytes section(host_order(bytes("0102") + Bytes(kind.size - 2, 0x31)) + Bytes(kind.size, 0x12));
+        const Bytes before = section.bytes();
+        const QEL_ROUTE_INFO_S route = route_holding(kind.type, section.data(), section.size());
+        EXPECT_EQ(write_attribute(kind.formatter, route, section.size(), ctx_).code, 0U);
+        EXPECT_EQ(section.bytes(), before);
     }
 }
 

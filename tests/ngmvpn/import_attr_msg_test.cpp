@@ -415,6 +415,104 @@ TEST_F(ImportAttrWriter, OfFlagsAndPolicyTypeOneOctetIsWritten)
     expect_octets(write_value(host.info, 200, ctx_), value_of(kIntra, {}, kUntouchedOctet));
 }
 
+TEST_F(ImportAttrWriter, TheWordsOfTheLogStandAsTheyAre)
+{
+    const HostRoute host(sections_of(record_of(kIntra, kBoth)));
+    const Log log = without_progress(write_value(host.info, 300, ctx_).log);
+    const std::string name = "QEL_NGMVPN_FormatImportAttrTlv: ";
+    EXPECT_EQ(log, (Log{name + "input ipmort_pmsi", name + "nlri(N).",
+                        "QEL_NGMVPN_FormatPlyInfoTlv success, type 53, RootIp -1073741311, TempId -1583176796.",
+                        name + "plyInfo(N).", name + "orgi attr(N).", name + "replace attr(N).", name + "orgi pmsi(N).",
+                        name + "replace pmsi(N).", name + "formate len(193).", name + "format result"}));
+}
+
+TEST_F(ImportAttrWriter, AFailedReplacedTunnelIsLoggedUnderTheNameOfTheOtherWriter)
+{
+    const HostRoute host(sections_of(record_of(kIntra, {std::nullopt, Tunnel{{}, bytes("00 06 0000 01000000")}})));
+    const FormatGot got = write_value(host.info, 300, ctx_);
+    expect_format_failed(got, kFailed, 1);
+    EXPECT_EQ(got.log.back(), "QEL_NGMVPN_FormatImportAttrTlv failed, because FormatPmsiTnlTlv 1");
+}
+
+TEST_F(ImportAttrWriter, AFailedKeyIsLoggedUnderTheNameOfTheImportRouteMessage)
+{
+    const HostRoute host(sections_of(record_of({"", intra_key(rd_a(), o6()), ""}, {})));
+    EXPECT_EQ(write_value(host.info, 300, ctx_).log.back(),
+              "QEL_NGMVPN_FormatImportAttrTlv failed, because FormatMcImportRouteNlri 1");
+}
+
+TEST_F(ImportAttrWriter, ATunnelNeedsRoomForItsRecordsLengthThoughItTakesLess)
+{
+    for (const Held &held : {Held{rsvp_te(), std::nullopt}, Held{std::nullopt, rsvp_te()}}) {
+        HostRoute host(sections_of(record_of(kIntra, held)));
+        host.info.uiImportAttrLen = 0;
+        // 17 octets on the wire, 20 in the record
+        const FormatGot got = write_value(host.info, kHeadLen + 4 + 19, ctx_);
+        expect_format_failed(got, kNoRoom, 0);
+        EXPECT_EQ(without_progress(got.log), kWriterHeads);
+        EXPECT_EQ(write_value(host.info, kHeadLen + 4 + 20, ctx_).moved, std::ptrdiff_t{kHeadLen + 4 + 17});
+    }
+}
+
+TEST_F(ImportAttrWriter, TheOctetsBehindFlagsAndPolicyTypeStayAsTheyAre)
+{
+    const HostRoute host(sections_of(record_of(kIntra, {})));
+    const FormatGot got = write_value(host.info, 200, ctx_);
+    for (const std::size_t at : {105U, 117U, 133U}) {
+        SCOPED_TRACE(at);
+        EXPECT_EQ(hex(slice(got.buffer, at, 3)), "eeeeee");
+    }
+}
+
+TEST_F(ImportAttrWriter, TheKeysUnusedOctetsStayAsTheyAre)
+{
+    const HostRoute intra(sections_of(record_of(kIntra, {})));
+    EXPECT_EQ(hex(slice(write_value(intra.info, 200, ctx_).buffer, 8, 84)), hex(untouched(84)));
+    const HostRoute spmsi(sections_of(record_of(keys()[3], {})));
+    const Bytes octets = write_value(spmsi.info, 200, ctx_).buffer;
+    EXPECT_EQ(hex(slice(octets, 5, 3)), "eeeeee");
+    EXPECT_EQ(hex(slice(octets, 25, 2)), "eeee");
+    EXPECT_EQ(hex(slice(octets, 48, 44)), hex(untouched(44)));
+}
+
+TEST_F(ImportAttrWriter, AnIpv6SourceAndGroupGoOutWithTheOctetsOfEachWordTurned)
+{
+    const HostRoute host(sections_of(record_of(keys()[5], {})));
+    const Bytes octets = write_value(host.info, 200, ctx_).buffer;
+    EXPECT_EQ(hex(slice(octets, 8, 16)), hex_of("b80d0120 00000000 00000000 010a0000"));
+    EXPECT_EQ(hex(slice(octets, 28, 16)), hex_of("00003eff 00000000 00000000 01800000"));
+}
+
+TEST_F(ImportAttrWriter, ThePolicyIdFollowsTheKey)
+{
+    const HostRoute host(sections_of(record_of(kIntra, {})));
+    EXPECT_EQ(hex(slice(write_value(host.info, 200, ctx_).buffer, 100, 4)), "01020304");
+}
+
+TEST_F(ImportAttrWriter, TheLengthOfEachTunnelsRecordEndsTheHeadOfItsSet)
+{
+    const HostRoute host(sections_of(record_of(kIntra, kBoth)));
+    const Bytes octets = write_value(host.info, 300, ctx_).buffer;
+    EXPECT_EQ(hex(slice(octets, 128, 4)), "00000014");
+    EXPECT_EQ(hex(slice(octets, 144, 4)), "00140019");
+}
+
+TEST_F(ImportAttrWriter, ATunnelsTlvHasTheLengthOfItsWireForm)
+{
+    const HostRoute host(sections_of(record_of(kIntra, kBoth)));
+    const Bytes octets = write_value(host.info, 300, ctx_).buffer;
+    EXPECT_EQ(hex(slice(octets, 148, 4)), "00140011"); // 17 octets of 20 in the record
+    EXPECT_EQ(hex(slice(octets, 169, 4)), "000c0014"); // 20 octets of 25
+}
+
+TEST_F(ImportAttrWriter, BothCommunitiesGoOutInWireOrder)
+{
+    const HostRoute host(sections_of(record_of(kIntra, {})));
+    const Bytes octets = write_value(host.info, 200, ctx_).buffer;
+    EXPECT_EQ(hex(slice(octets, 120, 8)), hex_of(kSnhArrived));
+    EXPECT_EQ(hex(slice(octets, 136, 8)), hex_of(kSnhReplacing));
+}
+
 // --- steps of the writer --------------------------------------------------------------------------------------------
 
 using ImportAttrWriterStep = ImportRouteTest;
@@ -436,6 +534,31 @@ TEST_F(ImportAttrWriterStep, TheKeyAsksFor104OctetsAndTakes100)
             }
             EXPECT_EQ(got.log, Log{});
         }
+    }
+}
+
+TEST_F(ImportAttrWriterStep, TheHintForWildcardsStandsAtOctet27)
+{
+    for (const std::uint8_t hint : Bytes{0, 1, 2}) {
+        const KeyCase key{"", spmsi_key(rd_a(), hint, none(), none(), o4()), ""};
+        const OddBytes record(record_of(key, {}).octets());
+        const FormatGot got = format_into(104, [&](auto cursor, auto space) {
+            return QEL_NGMVPN_FormatImportAttrNlri(record.as<QEL_NGMVPN_IMPORT_ATTR_AT_S>(), cursor, space, ctx_);
+        });
+        EXPECT_EQ(got.buffer[27], hint);
+    }
+}
+
+TEST_F(ImportAttrWriterStep, ARefusedKeyLeavesTheCursor)
+{
+    for (const QEL_NGMVPN_KEY_S &key :
+         {intra_key(rd_a(), o6()), spmsi_key(rd_a(), 1, s4(), g4(), o6()), empty_key(4, rd_a())}) {
+        const OddBytes record(record_of({"", key, ""}, {}).octets());
+        const FormatGot got = format_into(104, [&](auto cursor, auto space) {
+            return QEL_NGMVPN_FormatImportAttrNlri(record.as<QEL_NGMVPN_IMPORT_ATTR_AT_S>(), cursor, space, ctx_);
+        });
+        EXPECT_NE(got.code, 0U);
+        EXPECT_EQ(got.moved, 0);
     }
 }
 
@@ -899,6 +1022,90 @@ TEST_F(ImportAttrReader, ASizeThatWrapsToTheFixedPartOrAboveHoldsNoMoreThanItHas
     }
 }
 
+TEST_F(ImportAttrReader, AFailedKeyIsLoggedUnderTheNameOfTheImportRouteMessage)
+{
+    Bytes value = value_of(kIntra, {}, 0);
+    value[3] = 2;
+    EXPECT_EQ(read_value(value, ctx_).log.back(),
+              "QEL_NGMVPN_ParseImportAttrTlv failed, because FormatMcImportRouteNlri 524289");
+}
+
+TEST_F(ImportAttrReader, AFailedTunnelIsLoggedUnderTheNameOfAWriter)
+{
+    const Bytes value = head_of(kIntra, record_of(kIntra, kBoth), 0) + tlv(20, bytes("02 01 000000"));
+    EXPECT_EQ(read_value(value, ctx_).log.back(),
+              "QEL_NGMVPN_ParseImportAttrTlv failed, because FormatPmsiTnlTlv 524297");
+}
+
+TEST_F(ImportAttrReader, TheRecordIsAttribute243UnderFlag2)
+{
+    const Answer got = read_value(value_of(kIntra, kBoth, 0), ctx_);
+    ASSERT_TRUE(got.block);
+    EXPECT_EQ(got.block->ucAttrType, 243U);
+    EXPECT_EQ(got.block->ucAttrFlag, 2U);
+}
+
+TEST_F(ImportAttrReader, ThePolicyIdIsReadBehindTheKey)
+{
+    const Answer got = read_value(value_of(kIntra, kBoth, 0), ctx_);
+    ASSERT_TRUE(got.block);
+    EXPECT_EQ(hex({got.block.at(got.block->usAttrOffset) + 104, 4}), "04030201");
+}
+
+TEST_F(ImportAttrReader, BothCommunitiesAreTakenInHostOrder)
+{
+    const Answer got = read_value(value_of(kIntra, {}, 0) + Bytes(4), ctx_);
+    ASSERT_TRUE(got.block);
+    EXPECT_EQ(hex({got.block.at(got.block->usAttrOffset) + 124, 8}), hex(host_list(kSnhArrived)));
+    EXPECT_EQ(hex({got.block.at(got.block->usAttrOffset) + 140, 8}), hex(host_list(kSnhReplacing)));
+}
+
+TEST_F(ImportAttrReader, OfFlagsAndPolicyTypeOneOctetIsRead)
+{
+    const Answer got = read_value(value_of(kIntra, {}, 0xff) + Bytes(4), ctx_);
+    ASSERT_TRUE(got.block);
+    const std::uint8_t *record = got.block.at(got.block->usAttrOffset);
+    EXPECT_EQ(hex({record + 108, 4}), "35000000");
+    EXPECT_EQ(hex({record + 120, 4}), "09000000");
+    EXPECT_EQ(hex({record + 136, 4}), "09000000");
+}
+
+TEST_F(ImportAttrReader, ATlvLengthAboveWhatIsLeftIsRefused)
+{
+    const Bytes head = head_of(kIntra, record_of(kIntra, kBoth), 0);
+    const Bytes longer = wire_u16(20) + wire_u16(18) + kBoth.orig->wire;
+    expect_value_refused(read_value(head + longer, ctx_), kBadTlv, 1,
+                         kReaderNlri + Log{reader_length("stOriginalAttr", 20)});
+    const Bytes second = tlv(20, kBoth.orig->wire) + wire_u16(12) + wire_u16(21) + kBoth.next->wire;
+    expect_value_refused(read_value(head + second, ctx_), kBadTlv, 1,
+                         reader_orig_log(kBoth) + Log{reader_length("stReplacedAttr", 25)});
+}
+
+TEST_F(ImportAttrReader, ARefusedValueGivesItsRecordBack)
+{
+    const LentBuffer lent(ctx_); // so that the accounts show it
+    const Bytes head = head_of(kIntra, record_of(kIntra, kBoth), 0);
+    const std::int64_t before = live();
+    for (const Bytes &behind :
+         {Bytes{}, tlv(20, kBoth.orig->wire), wire_u16(20) + wire_u16(99) + Bytes(8), tlv(20, bytes("02 01 000000")),
+          tlv(20, kBoth.orig->wire) + tlv(12, bytes("02 01 000000"))}) {
+        EXPECT_FALSE(read_value(head + behind, ctx_).stored);
+        EXPECT_EQ(live(), before);
+    }
+}
+
+TEST_F(ImportAttrReader, OctetsThatNoTunnelFillsAreZero)
+{
+    ImportRecord record = record_of(kIntra, kBoth);
+    record.replaced.length = 30; // five more than the tunnel
+    const Bytes value = head_of(kIntra, record, 0) + tlv(20, kBoth.orig->wire) + tlv(12, kBoth.next->wire);
+    const LentBuffer lent(ctx_);
+    dirty_the_heap(152 + 20 + 30);
+    const Answer got = read_value(value, ctx_);
+    ASSERT_TRUE(got.block);
+    EXPECT_EQ(hex({got.block.at(got.block->usAttrOffset) + 152 + 45, 5}), "0000000000");
+}
+
 TEST_F(ImportAttrReader, EachAllocationFailsOnce)
 {
     const Bytes value = value_of(kIntra, kBoth, 0);
@@ -1006,6 +1213,26 @@ TEST_F(ImportAttrReaderStep, AnRdTypeAbove2IsRefusedWithTheCursorBehindTheKey)
         EXPECT_EQ(got.asserts, 0U);
         EXPECT_EQ(got.record[100], 2U); // the RD kind stands before the RD is judged
     }
+}
+
+TEST_F(ImportAttrReaderStep, AShortKeyIsAnsweredWithTheCodeOfAShortRoom)
+{
+    EXPECT_EQ(read_key(with_gaps(kIntra.area, 0), 103, ctx_).code, 4U);
+    EXPECT_EQ(read_key(with_gaps(kIntra.area, 0), 104, ctx_).code, 0U);
+}
+
+TEST_F(ImportAttrReaderStep, AnOriginatorIsAlwaysIpv4)
+{
+    // what the gap behind the originator holds is no length
+    EXPECT_EQ(read_key(with_gaps(keys()[0].area, 0x80), 104, ctx_).record[8], 32U);
+    EXPECT_EQ(read_key(with_gaps(keys()[3].area, 0x80), 104, ctx_).record[48], 32U);
+}
+
+TEST_F(ImportAttrReaderStep, SourceAndGroupAreFourWordsEach)
+{
+    const Bytes record = read_key(with_gaps(keys()[5].area, 0), 104, ctx_).record;
+    EXPECT_EQ(hex(slice(record, 8, 16)), "20010db8000000000000000000000a01");
+    EXPECT_EQ(hex(slice(record, 28, 16)), "ff3e0000000000000000000000008001");
 }
 
 TEST_F(ImportAttrReaderStep, NullArgumentsOfTheKeyAreReportedOnce)

@@ -1,6 +1,7 @@
 // Import routes towards the multicast component: message 137, a route's key, and message 138, its attributes.
 #include "import_route_cases.h"
 
+#include "ngmvpn/qel_ngmvpn_attribute_msg.h"
 #include "ngmvpn/qel_ngmvpn_intercomp_msg.h"
 
 #include <algorithm>
@@ -538,6 +539,119 @@ TEST_F(ImportRouteKeyWriter, ARecordWithoutAPolicyIdIsReportedAndSent)
     expect_octets(write_key(leaf.info, 100, ctx_), key_message(bytes("04 12 01 0c" + kRd0 + kO4 + kL4), 0xffffffff));
 }
 
+TEST_F(ImportRouteKeyWriter, ARoomBelowAHeaderIsRefusedWithTheWordSuccess)
+{
+    const HostRoute host(with_record(intra_key(rd_a(), o4())));
+    const FormatGot got = write_key(host.info, 3, ctx_);
+    expect_format_failed(got, kNoRoom, 0);
+    EXPECT_EQ(got.log, Log{"FormatMcImportRouteKeyTlv Success, MaxLen is 3"});
+}
+
+TEST_F(ImportRouteKeyWriter, ThePolicyIdNeedsEightOctetsBehindTheRoute)
+{
+    const HostRoute host(with_record(spmsi_key(rd_a(), 2, s6(), g6(), o6()))); // the largest of its type
+    const FormatGot got = write_key(host.info, 4 + 60 + 7, ctx_);
+    expect_format_failed(got, kNoRoom, 0);
+    EXPECT_EQ(got.log.back(), "FormatMcImportRouteKeyTlv failed, because FormatMcImportRoutePlyIdTlv 4");
+    EXPECT_EQ(write_key(host.info, 4 + 60 + 8, ctx_).moved, 72);
+}
+
+TEST_F(ImportRouteKeyWriter, TheRouteStandsInATlvOfType11WithTheLengthOfWhatWasWritten)
+{
+    const HostRoute host(with_record(intra_key(rd_a(), o6())));
+    EXPECT_EQ(hex(slice(write_key(host.info, 100, ctx_).buffer, 0, 6)), hex_of("000b 001a 01 18"));
+}
+
+TEST_F(ImportRouteKeyWriter, TheRdGoesOutInNetworkOrder)
+{
+    for (const auto &[rd, wire] : {std::pair{rd_a(), kRd0}, std::pair{rd_b(), kRd1}, std::pair{rd_c(), kRd2}}) {
+        const HostRoute host(with_record(intra_key(rd, o4())));
+        EXPECT_EQ(hex(slice(write_key(host.info, 100, ctx_).buffer, 6, 8)), hex_of(wire));
+    }
+}
+
+TEST_F(ImportRouteKeyWriter, KeyTypes4And5AreBothSentAsLeafRoutes)
+{
+    for (const QEL_NGMVPN_KEY_S &key :
+         {ipmsi_leaf_key(rd_a(), o4(), l4()), spmsi_leaf_key(rd_a(), 1, s4(), g4(), o4(), l4())}) {
+        const HostRoute host({.key = key, .policy_id = kPolicy});
+        const FormatGot got = write_key(host.info, 100, ctx_);
+        EXPECT_EQ(got.code, 0U);
+        EXPECT_EQ(got.buffer[4], 4U);
+        EXPECT_EQ(got.buffer[6], key.uiKeyType == 4 ? 1U : 3U);
+    }
+}
+
+TEST_F(ImportRouteKeyWriter, TheInnerLengthOfALeafRouteLeavesOutTheLeafAddress)
+{
+    const HostRoute ipmsi({.key = ipmsi_leaf_key(rd_a(), o4(), l4()), .policy_id = kPolicy});
+    EXPECT_EQ(write_key(ipmsi.info, 100, ctx_).buffer[7], 12U);
+    const HostRoute ipmsi6({.key = ipmsi_leaf_key(rd_a(), o6(), l6()), .policy_id = kPolicy});
+    EXPECT_EQ(write_key(ipmsi6.info, 100, ctx_).buffer[7], 24U);
+    const HostRoute spmsi({.key = spmsi_leaf_key(rd_a(), 1, s4(), g4(), o4(), l4()), .policy_id = kPolicy});
+    EXPECT_EQ(write_key(spmsi.info, 100, ctx_).buffer[7], 22U);
+    const HostRoute spmsi6({.key = spmsi_leaf_key(rd_a(), 2, s6(), g6(), o6(), l6()), .policy_id = kPolicy});
+    EXPECT_EQ(write_key(spmsi6.info, 100, ctx_).buffer[7], 58U);
+}
+
+TEST_F(ImportRouteKeyWriter, TheLogOfAFormTellsWhetherTheKeyIsARecords)
+{
+    const HostRoute record(with_record(intra_key(rd_a(), o4())));
+    EXPECT_EQ(format_route(QEL_NGMVPN_FormatBgpIntraIpmsiAdNlriKey, record.info, 26, ctx_).log[0],
+              "QEL_NGMVPN_FormatBgpIntraIpmsiAdNlriKey, IsImportPmsi(1), type(1).");
+    const HostRoute own({.key = intra_key(rd_a(), o4())});
+    EXPECT_EQ(format_route(QEL_NGMVPN_FormatBgpIntraIpmsiAdNlriKey, own.info, 26, ctx_).log[0],
+              "QEL_NGMVPN_FormatBgpIntraIpmsiAdNlriKey, IsImportPmsi(0), type(1).");
+}
+
+TEST_F(ImportRouteKeyWriter, EveryRouteTypeShowsTheNameOfTheIntraForm)
+{
+    const HostRoute spmsi(with_record(spmsi_key(rd_a(), 1, s4(), g4(), o4())));
+    EXPECT_EQ(write_key(spmsi.info, 100, ctx_).log[0], "QEL_NGMVPN_FormatBgpIntraIpmsiAdNlriKey Import pmsi, type(3).");
+    const HostRoute leaf({.key = ipmsi_leaf_key(rd_a(), o4(), l4())});
+    EXPECT_EQ(write_key(leaf.info, 100, ctx_).log[0], "QEL_NGMVPN_FormatBgpIntraIpmsiAdNlriKey type(4).");
+}
+
+TEST_F(ImportRouteKeyWriter, EachFormEndsItsLastLineInItsOwnWay)
+{
+    const HostRoute intra(with_record(intra_key(rd_a(), o4())));
+    EXPECT_EQ(write_key(intra.info, 100, ctx_).log[2], "QEL_NGMVPN_FormatBgpIntraIpmsiAdNlriKey Success.");
+    const HostRoute spmsi(with_record(spmsi_key(rd_a(), 1, s4(), g4(), o4())));
+    EXPECT_EQ(write_key(spmsi.info, 100, ctx_).log[2], "QEL_NGMVPN_FormatBgpSpmsiAdNlriKey success.");
+    const HostRoute leaf({.key = ipmsi_leaf_key(rd_a(), o4(), l4())});
+    EXPECT_EQ(write_key(leaf.info, 100, ctx_).log[2], "QEL_NGMVPN_FormatBgpLeafAdNlriKey success");
+}
+
+TEST_F(ImportRouteKeyWriter, WildcardsGoOutWithTheZeroOctetsThatTheKeyRemembers)
+{
+    struct Row {
+        QEL_NGMVPN_KEY_S key;
+        std::string nlri;
+    };
+    const Row rows[] = {
+        {spmsi_key(rd_a(), 0, none(), none(), o4()), "03 0e" + kRd0 + "00 00" + kO4},
+        {spmsi_key(rd_a(), 1, none(), none(), o4()), "03 16" + kRd0 + kZ4 + kZ4 + kO4},
+        {spmsi_key(rd_a(), 2, none(), none(), o4()), "03 2e" + kRd0 + kZ6 + kZ6 + kO4},
+        {spmsi_leaf_key(rd_a(), 0, none(), none(), o4(), l4()), "04 14 03 0e" + kRd0 + "00 00" + kO4 + kL4},
+        {spmsi_leaf_key(rd_a(), 1, none(), none(), o4(), l4()), "04 1c 03 16" + kRd0 + kZ4 + kZ4 + kO4 + kL4},
+        {spmsi_leaf_key(rd_a(), 2, none(), none(), o4(), l4()), "04 34 03 2e" + kRd0 + kZ6 + kZ6 + kO4 + kL4},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.nlri);
+        const HostRoute host(row.key.uiKeyType == 5 ? Sections{.key = row.key, .policy_id = kPolicy}
+                                                    : with_record(row.key));
+        expect_octets(write_key(host.info, 100, ctx_), key_message(bytes(row.nlri), kPolicy));
+    }
+}
+
+TEST_F(ImportRouteKeyWriter, ARefusedMessageLeavesTheCursor)
+{
+    const HostRoute leaf_record(with_record(ipmsi_leaf_key(rd_a(), o4(), l4()))); // the route fits, its policy id fails
+    EXPECT_EQ(write_key(leaf_record.info, 100, ctx_).moved, 0);
+    const HostRoute wrong_type({.key = empty_key(6, rd_a())});
+    EXPECT_EQ(write_key(wrong_type.info, 100, ctx_).moved, 0);
+}
+
 TEST_F(ImportRouteKeyWriter, WhatIsSentIsReadBackAsTheSameKey)
 {
     for (const NlriCase &route : ad_routes()) {
@@ -752,6 +866,50 @@ TEST_F(ImportRouteAttrWriter, ARecordOfAnotherRouteTypeIsRefused)
     }
 }
 
+TEST_F(ImportRouteAttrWriter, ARecordsTunnelOverridesTheRoutesForEveryWriter)
+{
+    auto nonkey = zeroed<QEL_NGMVPN_NONKEY_S>();
+    nonkey.usFlags = 0x1;
+    nonkey.uiKeyType = 1;
+    ImportRecord record = tunnel_record(rsvp_te());
+    record.key = intra_key(rd_a(), o4());
+    const HostRoute host({.pmsi = bier4().record, .record = record.octets(), .nonkey = bytes_of(nonkey)});
+    // the attribute by itself
+    expect_octets(format_route(QEL_NGMVPN_FormatPmsiTnlTlv, host.info, 100, ctx_), rsvp_te().wire);
+    // a route's path, whose TLV is there because the route has a tunnel of its own
+    expect_octets(format_route(QEL_NGMVPN_FormatRoutePathTlv, host.info, 100, ctx_),
+                  tlv(12, rsvp_te().wire) + tlv(15, bytes(kSnhArrived)));
+    // an import route's attributes
+    expect_octets(write_attrs(host.info, 100, ctx_), record_message(rsvp_te()));
+    // the whole record
+    const FormatGot whole = format_route(QEL_NGMVPN_FormatImportAttrTlv, host.info, 400, ctx_);
+    EXPECT_EQ(hex(slice(whole.buffer, 148, 21)), hex(tlv(20, rsvp_te().wire)));
+}
+
+TEST_F(ImportRouteAttrWriter, ARecordWithAReplacedTunnelAloneHasNoTunnelToSend)
+{
+    for (const Tunnel &tunnel : all_tunnels()) {
+        ImportRecord record = tunnel_record({});
+        record.replaced = {kIsSet | kHasPmsi, Bytes(8), 0, static_cast<std::uint32_t>(tunnel.record.size())};
+        record.data = tunnel.record;
+        const HostRoute host({.pmsi = bier4().record, .record = record.octets()});
+        expect_octets(format_route(QEL_NGMVPN_FormatPmsiTnlTlv, host.info, 300, ctx_), {});
+        expect_octets(write_attrs(host.info, 300, ctx_), record_message({}));
+    }
+}
+
+TEST_F(ImportRouteAttrWriter, LessThanAHeadersRoomForThePolicyInfoIsRefusedWithoutALog)
+{
+    const HostRoute host({.record = tunnel_record(rsvp_te()).octets()});
+    const std::size_t ply_at = 4 + rsvp_te().wire.size() + 12;
+    const FormatGot without = write_attrs(host.info, ply_at + 3, ctx_);
+    expect_format_failed(without, kNoRoom, 0);
+    EXPECT_EQ(without.log, Log{});
+    const FormatGot with = write_attrs(host.info, ply_at + 4, ctx_);
+    expect_format_failed(with, kNoRoom, 0);
+    EXPECT_EQ(with.log, Log{"FormatMcImportRouteNoKeyTlv failed, because FormatPlyInfoTlv 4"});
+}
+
 TEST_F(ImportRouteAttrWriter, PolicyInfoTakesTwelveOctetsAndLeavesThree)
 {
     const OddBytes info(bytes("fe000000 040302ff d4c3b2a1"));
@@ -931,6 +1089,33 @@ TEST_F(ImportRouteLeafWriter, ARouteWithoutAProperNonKeyIsRefused)
     nonkey.usFlags = 0x1;
     const HostRoute fine({.list = host_list(kTarget), .nonkey = bytes_of(nonkey)});
     EXPECT_EQ(write_attrs(fine.info, 100, ctx_).code, 0U);
+}
+
+TEST_F(ImportRouteLeafWriter, ALeafRouteWithoutARouteTargetIsAnEmptyMessageAndNoFailure)
+{
+    for (const auto &list : {std::optional<Bytes>{}, std::optional(host_list(kSnhArrived))}) {
+        const HostRoute host(leaf_with(list, {}));
+        const FormatGot got = write_attrs(host.info, 4, ctx_);
+        expect_octets(got, {});
+        EXPECT_EQ(got.log, kNoKeyDone);
+    }
+}
+
+TEST_F(ImportRouteLeafWriter, AFailureOfTheIpv6TargetIsLoggedInItsOwnWords)
+{
+    const HostRoute host(leaf_with({}, host_list6(kRt6a)));
+    const FormatGot got = write_attrs(host.info, 23, ctx_);
+    expect_format_failed(got, kNoRoom, 0);
+    EXPECT_EQ(got.log, Log{"FormatMcImportRouteNoKeyTlv failed(IPv6) because FormatExtComTlv 4"});
+}
+
+TEST_F(ImportRouteLeafWriter, ANonKeyWithoutItsTypeFlagIsReported)
+{
+    auto nonkey = leaf_nonkey_of(4);
+    nonkey.usFlags = 0xfffe;
+    const HostRoute host({.list = host_list(kTarget), .nonkey = bytes_of(nonkey)});
+    const FormatGot got = format_route(QEL_NGMVPN_FormatLeafAdExtCom, host.info, 100, ctx_);
+    expect_format_failed(got, kBadArgument, 1);
 }
 
 TEST_F(ImportRouteLeafWriter, TheNonKeysTypeDecidesNotTheKeys)

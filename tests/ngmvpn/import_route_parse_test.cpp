@@ -313,6 +313,77 @@ TEST_F(ImportRouteKey, ABlockThatCannotBeBuiltLosesTheRouteQuietly)
     }
 }
 
+TEST_F(ImportRouteKey, LeafRoutesHaveTheRdOfTheirKey)
+{
+    for (const NlriCase &route : {ipmsi_leaf_routes()[0], spmsi_leaf_routes()[3]}) {
+        SCOPED_TRACE(route.name);
+        const LoggingInstance instance(route.side);
+        const Answer got = parse_key(tlv(11, route.octets()), instance.ctx);
+        ASSERT_TRUE(got.block);
+        EXPECT_EQ(got.block.at(got.block->usKeyOffset)[100], 2U);
+    }
+}
+
+TEST_F(ImportRouteKey, TheRecordSaysThatTheReplacedSetCameIntoBeingAndNothingElse)
+{
+    for (const NlriCase &route : {ipmsi_routes()[0], spmsi_routes()[4]}) {
+        const Answer got = parse_key(key_message(route.octets(), kPolicy), ctx_);
+        ASSERT_TRUE(got.block);
+        const Bytes record = got.block.section(got.block->usAttrOffset, got.block->usAttrLen);
+        ASSERT_EQ(record.size(), 152U);
+        EXPECT_EQ(hex(slice(record, 108, 28)), hex(Bytes(28))); // policy info and original set
+        EXPECT_EQ(hex(slice(record, 136, 16)), hex(le32(0x8) + Bytes(12)));
+    }
+}
+
+TEST_F(ImportRouteKey, TheKeyGoesOutWithItsRecordAsAttribute243UnderFlag2)
+{
+    for (const NlriCase &route : {ipmsi_routes()[0], spmsi_routes()[4]}) {
+        const Answer got = parse_key(key_message(route.octets(), kPolicy), ctx_);
+        ASSERT_TRUE(got.block);
+        EXPECT_EQ(got.block->ucAttrType, 243U);
+        EXPECT_EQ(got.block->ucAttrFlag, 2U);
+        EXPECT_EQ(hex(got.block.section(got.block->usAttrOffset, 104)),
+                  hex(got.block.section(got.block->usKeyOffset, 104)));
+    }
+}
+
+TEST_F(ImportRouteKey, TheNonKeyHoldsTheKeyTypeAndNoRd)
+{
+    for (const NlriCase &route : {ipmsi_routes()[0], spmsi_routes()[4]}) {
+        const Answer got = parse_key(key_message(route.octets(), kPolicy), ctx_);
+        ASSERT_TRUE(got.block);
+        EXPECT_EQ(hex(got.block.section(got.block->usNonKeyOffset, got.block->usNonKeyLen)),
+                  hex(le16(0x1) + Bytes(2) + le32(route.key.uiKeyType) + Bytes(92)));
+    }
+}
+
+TEST_F(ImportRouteKey, AnIntraOriginatorIsAHostOrderWordOrSixteenOctetsAsTheyStand)
+{
+    const Answer ipv4 = parse_key(key_message(bytes("01 0c" + kRd0 + "01020304"), kPolicy), ctx_);
+    ASSERT_TRUE(ipv4.block);
+    EXPECT_EQ(hex(ipv4.block.section(ipv4.block->usKeyOffset, 28)),
+              hex_of("01000000 00000000 20000000 04030201 00000000 00000000 00000000"));
+    const Answer ipv6 =
+        parse_key(key_message(bytes("01 18" + kRd0 + "0102030405060708090a0b0c0d0e0f10"), kPolicy), ctx_);
+    ASSERT_TRUE(ipv6.block);
+    EXPECT_EQ(hex(ipv6.block.section(ipv6.block->usKeyOffset, 28)),
+              hex_of("01000000 00000000 80000000 01020304 05060708 090a0b0c 0d0e0f10"));
+}
+
+TEST_F(ImportRouteKey, AMessageKindOf12MeansTheRdOfTheKey)
+{
+    for (const std::uint32_t route_type : {1U, 3U, 4U, 7U}) {
+        for (const std::uint8_t fallback : Bytes{1, 77}) {
+            std::uint8_t kind = 0xee;
+            const platform::Recorder recorder;
+            QEL_NGMVPN_ParseMsgTypeSwitchRdType(route_type, &kind, 12, fallback);
+            EXPECT_EQ(kind, 2U);
+            EXPECT_TRUE(recorder.asserts().empty());
+        }
+    }
+}
+
 TEST_F(ImportRouteKey, NeverReadsPastTheSlack)
 {
     std::mt19937 random(137);
@@ -429,6 +500,81 @@ TEST_F(ImportRouteKeyStep, SpmsiLengthsOutside14To58AreRefusedBeforeTheRdIsRead)
             EXPECT_EQ(got.moved, static_cast<std::ptrdiff_t>(length));
             EXPECT_EQ(got.more, 1U);
         }
+    }
+}
+
+TEST_F(ImportRouteKeyStep, ARouteOfARefusedRdIsSteppedOver)
+{
+    for (const NlriCase &route : {ipmsi_routes()[0], ipmsi_routes()[1], spmsi_routes()[0], spmsi_routes()[4]}) {
+        SCOPED_TRACE(route.name);
+        const StepRoute step(route);
+        for (const auto &[behind, more] : {std::pair{2U, 0U}, std::pair{3U, 1U}}) {
+            const StepGot got =
+                parse_step(step.parser, bytes(kRd3) + Bytes(30), step.length, step.length + behind, ctx_);
+            EXPECT_EQ(got.answer.code, kRefused);
+            EXPECT_EQ(got.moved, std::ptrdiff_t{step.length});
+            EXPECT_EQ(got.more, more);
+        }
+    }
+}
+
+TEST_F(ImportRouteKeyStep, SpmsiIsNotHeldAgainstTheLengthOfItsTlv)
+{
+    const StepRoute step(spmsi_routes()[4]);
+    for (const std::uint32_t remain : {0U, 1U, step.length - 1U}) {
+        const StepGot got = parse_step(step.parser, step.body + policy_tlv(kPolicy), step.length, remain, ctx_);
+        EXPECT_EQ(got.answer.code, 0U);
+        EXPECT_TRUE(got.answer.stored);
+        EXPECT_EQ(got.more, 0U);
+    }
+}
+
+TEST_F(ImportRouteKeyStep, SpmsiWildcardsHaveZeroOctetsBehindThemAtFourLengthsAlone)
+{
+    struct Row {
+        std::string wire;
+        std::uint8_t family;
+    };
+    const Row rows[] = {
+        {"03 16" + kRd0 + kZ4 + kG4 + kO4, 1}, {"03 22" + kRd0 + kZ4 + kG4 + kO6, 1},
+        {"03 2e" + kRd0 + kZ6 + kG6 + kO4, 2}, {"03 3a" + kRd0 + kZ6 + kG6 + kO6, 2},
+        {"03 0e" + kRd0 + "00 00" + kO4, 0},   {"03 12" + kRd0 + "00" + kG4 + kO4, 0},
+        {"03 1a" + kRd0 + "00 00" + kO6, 0},   {"03 1e" + kRd0 + "00" + kG4 + kO6, 0},
+    };
+    const LoggingInstance any(kPlain);
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.wire);
+        const Bytes nlri = bytes(row.wire);
+        const StepGot got = parse_step(QEL_NGMVPN_ParseBgpSpmsiAdKey,
+                                       slice(nlri, 2, nlri.size() - 2) + policy_tlv(kPolicy), nlri[1], 100, any.ctx);
+        EXPECT_EQ(got.answer.code, 0U);
+        ASSERT_TRUE(got.answer.block);
+        EXPECT_EQ(got.answer.block.at(got.answer.block->usKeyOffset)[27], row.family);
+    }
+}
+
+TEST_F(ImportRouteKeyStep, SpmsiOriginatorsAreIpv6AtFourLengthsAlone)
+{
+    const LoggingInstance any(kPlain);
+    for (const NlriCase &route : spmsi_routes()) {
+        SCOPED_TRACE(route.name);
+        const StepRoute step(route);
+        const StepGot got = parse_step(step.parser, step.body + policy_tlv(kPolicy), step.length, 100, any.ctx);
+        ASSERT_TRUE(got.answer.block);
+        const bool ipv6 = step.length == 26 || step.length == 30 || step.length == 34 || step.length == 58;
+        EXPECT_EQ(got.answer.block.at(got.answer.block->usKeyOffset)[48], ipv6 ? 128U : 32U);
+    }
+}
+
+TEST_F(ImportRouteKeyStep, SpmsiPartsMustAddUpToTheLength)
+{
+    for (const std::string &wire : {"03 12" + kRd0 + "00 00" + kO4, "03 11" + kRd0 + "00" + kG4 + kO4,
+                                    "03 13" + kRd0 + kS4 + "00" + kO4, "03 22" + kRd0 + kS4 + "00" + kO6}) {
+        SCOPED_TRACE(wire);
+        const Bytes nlri = bytes(wire);
+        const StepGot got =
+            parse_step(QEL_NGMVPN_ParseBgpSpmsiAdKey, slice(nlri, 2, nlri.size() - 2) + Bytes(20), nlri[1], 100, ctx_);
+        expect_no_route(got.answer, kMalformed, {});
     }
 }
 
@@ -1125,6 +1271,7 @@ TEST_F(ImportRouteList, ThePolicyInfoRunningAheadStopsWhereNoHeaderIsLeft)
         SCOPED_TRACE(left);
         ListGot got = read_list(bytes("0012 0001") + ply_part().value + slice(bytes("000f 0008"), 0, left), ctx_);
         EXPECT_EQ(got.code, kBadTlv);
+        EXPECT_EQ(got.log, Log{invalid_line(0, 7 + left)}); // no length is read
         EXPECT_EQ(got.record.pucPlyInfo, nullptr);
         const NoKeyGot whole =
             parse_nokey(bytes("0012 0001") + ply_part().value + slice(bytes("000f 0008"), 0, left), nullptr, ctx_);
@@ -1428,6 +1575,88 @@ TEST_F(ImportRouteAttr, WithoutABlockOfTheKeyItIsRefused)
     }
 }
 
+TEST_F(ImportRouteAttr, TheLastLineSaysSuccessWhateverTheCode)
+{
+    const NoKeyGot no_block = parse_nokey(snh_part().octets(), nullptr, ctx_);
+    EXPECT_EQ(no_block.log, Log{"ParseMcImportRouteNoKeyTlv success, uiRetCode is 2"});
+    const platform::FailAllocation fail(1); // the list's sort scratch comes first
+    const NoKeyGot no_memory = parse_nokey(rt_import_part().octets(), nullptr, ctx_);
+    EXPECT_TRUE(fail.fired());
+    EXPECT_EQ(no_memory.log, Log{"ParseMcImportRouteNoKeyTlv success, uiRetCode is 327681"});
+}
+
+TEST_F(ImportRouteAttr, BothLinesOfAReplacementAreWrittenThoughItsBlockCannotBeBuilt)
+{
+    QEL_ROUTE_BLOCK_S *block = key_block(spmsi_routes()[4], kPolicy, ctx_);
+    const Block owner(block);
+    QEL_NGMVPN_SEG_NOKEY_S held{};
+    const platform::FailAllocation fail(1);
+    const platform::Recorder recorder;
+    EXPECT_EQ(QEL_NGMVPN_OutputImportAttr_(&held, &block, ctx_), kNoMemory);
+    EXPECT_EQ(log_of(recorder),
+              (Log{"ParseMcImportRouteNoKeyTlv input type(3).", "ParseMcImportRouteNoKeyTlv output type(3)."}));
+}
+
+TEST_F(ImportRouteAttr, WhatTheTlvsHeldIsGivenBackBehindTheBlock)
+{
+    const LentBuffer lent(ctx_); // so that the accounts show every buffer
+    const NlriCase route = ipmsi_routes()[0];
+    const NoKeyGot replaced =
+        parse_nokey(list_message(pmsi_parts(31, rsvp_te(), mldp())), key_block(route, kPolicy, ctx_), ctx_);
+    const Block block(replaced.result);
+    EXPECT_EQ(replaced.grown, 0);
+    const NoKeyGot plain = parse_nokey(snh_part().octets() + rt6_part().octets(), nullptr, ctx_);
+    const Block other(plain.result);
+    EXPECT_EQ(plain.grown, 1); // the block
+}
+
+TEST_F(ImportRouteAttr, EachTlvFillsItsOwnPartOfTheRecordAndSetsItsOwnFlag)
+{
+    struct Row {
+        Part part;
+        std::size_t at;
+        Bytes octets;
+    };
+    const Row rows[] = {
+        {ply_part(), 108, ply_part().held},
+        {orig_snh_part(), 120, le32(0x1) + orig_snh_part().held + Bytes(4)},
+        {orig_pmsi_part(), 120, le32(0x2) + Bytes(8) + le16(0) + le16(20)},
+        {snh_part(), 136, le32(0x9) + snh_part().held + Bytes(4)},
+        {pmsi_part(), 136, le32(0xa) + Bytes(8) + le16(0) + le16(25)},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.part.type);
+        const NoKeyGot got = parse_nokey(row.part.octets(), key_block(ipmsi_routes()[0], kPolicy, ctx_), ctx_);
+        const Block block(got.result);
+        ASSERT_TRUE(block);
+        Bytes expected = key_record(ipmsi_routes()[0].key, kPolicy).octets();
+        std::copy(row.octets.begin(), row.octets.end(), expected.begin() + static_cast<std::ptrdiff_t>(row.at));
+        EXPECT_EQ(hex(block.section(block->usAttrOffset, 152)), hex(expected));
+    }
+}
+
+TEST_F(ImportRouteAttr, TheReplacedTunnelsOffsetIsTheOriginalOnesLength)
+{
+    for (const auto &[orig, offset] : {std::pair{rsvp_te(), 20U}, std::pair{bier4(), 16U}, std::pair{bier6(), 28U}}) {
+        const NoKeyGot got = parse_nokey(list_message({orig_pmsi_part(orig), pmsi_part()}),
+                                         key_block(ipmsi_routes()[0], kPolicy, ctx_), ctx_);
+        const Block block(got.result);
+        ASSERT_TRUE(block);
+        EXPECT_EQ(hex(block.section(block->usAttrOffset, block->usAttrLen)).substr(2 * std::size_t{148}),
+                  hex(le16(offset) + le16(25) + orig.record + pmsi_part().held));
+    }
+}
+
+TEST_F(ImportRouteAttr, ABlockThatIsReplacedIsFreed)
+{
+    QEL_ROUTE_BLOCK_S *block = key_block(ipmsi_routes()[0], kPolicy, ctx_);
+    const std::int64_t before = live();
+    QEL_NGMVPN_SEG_NOKEY_S held{};
+    EXPECT_EQ(QEL_NGMVPN_OutputImportAttr_(&held, &block, ctx_), 0U);
+    EXPECT_EQ(live(), before); // the new one in the old one's stead, the record given back
+    const Block owner(block);
+}
+
 TEST_F(ImportRouteAttr, AListOfFailedTlvsAloneStillReplacesTheBlock)
 {
     const NlriCase route = ipmsi_routes()[0];
@@ -1723,6 +1952,19 @@ TEST_F(ImportRouteRecord, OfTheKeysBlockTheFixedPartIsTakenAsItStands)
     record.original.flags = 0x83;
     record.replaced.flags = 0x4b;
     expect_import_block(Block(all.result), route.key, record.octets());
+}
+
+TEST_F(ImportRouteRecord, OctetsThatNoTunnelFillsAreZero)
+{
+    QEL_ROUTE_BLOCK_S *block = key_block(ipmsi_routes()[0], kPolicy, ctx_);
+    const Block owner(block);
+    HeldTunnels tunnels(20, 0xfff0); // 156 octets in all: neither tunnel fits
+    dirty_the_heap(156);
+    const RecordGot got = construct_record(tunnels.held, &block, ctx_);
+    ASSERT_NE(got.record, nullptr);
+    ASSERT_EQ(got.length, 156U);
+    EXPECT_EQ(hex({reinterpret_cast<const std::uint8_t *>(got.record) + kFixedLen, 4}), "00000000");
+    ZVK_Free_F(got.record, __FILE__, __LINE__);
 }
 
 TEST_F(ImportRouteRecord, OneAttributeMakesABlockOfItself)

@@ -368,6 +368,19 @@ TEST(IrtWriting, LessThanFourOctetsAreReportedAndWritten)
     EXPECT_EQ(empty.asserts, 1U);
 }
 
+TEST(IrtWriting, AValueAboveTheRoomIsRefusedAndOneThatFillsItIsNot)
+{
+    for (const std::size_t length : {4U, 8U, 20U, 31U}) {
+        const IrtWritten refused = write_irt(numbered(length), length - 1);
+        EXPECT_EQ(refused.code, kNoRoom) << length;
+        EXPECT_EQ(refused.moved, 0);
+        EXPECT_EQ(refused.buffer, untouched(length - 1));
+        const IrtWritten whole = write_irt(numbered(length), length);
+        EXPECT_EQ(whole.code, 0U) << length;
+        EXPECT_EQ(whole.moved, static_cast<std::ptrdiff_t>(length));
+    }
+}
+
 TEST(IrtWriting, ARouteWithoutAValueWritesNothing)
 {
     for (const std::uint32_t length : {0U, 3U, 8U, 500U}) {
@@ -604,6 +617,49 @@ TEST(IrtWildcard, TheWordsOfIpv6Keys)
             EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv6WcType, key, kind, before), before);
         }
     }
+}
+
+TEST(IrtWildcard, ServesTheTwoInstancesOfItsFamilyAlone)
+{
+    const Bytes key = bytes(kRd0 + "0000" + kO4);
+    const Words both_open{1, 0, 0, 0};
+    for (const std::uint16_t kind : kKinds) {
+        EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv4WcType, key, kind), is_ipv4_kind(kind) ? both_open : Words{}) << kind;
+        EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv6WcType, key, kind), is_ipv6_kind(kind) ? both_open : Words{}) << kind;
+    }
+}
+
+TEST(IrtWildcard, TheLengthAloneTellsThatBothAreOpen)
+{
+    for (const std::string &key : {"0000" + kO4, "2020" + kO4}) {
+        EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv4WcType, bytes(kRd0 + key), kKindMvrf4), (Words{1, 0, 0, 0}));
+        EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv6WcType, bytes(kRd0 + key), kKindMvrf6), (Words{1, 0, 0, 0}));
+    }
+}
+
+TEST(IrtWildcard, AnOpenSourceNeedsTheLengthOfAGroupBehindIt)
+{
+    EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv4WcType, bytes(kRd0 + "00" + kG4 + kO4), kKindMvrf4), (Words{0, 1, 0, 0}));
+    EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv4WcType, bytes(kRd0 + "0000 ef010203" + kO4), kKindMvrf4), Words{});
+    EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv6WcType, bytes(kRd0 + "00" + kG6 + kO4), kKindMvrf6), (Words{0, 1, 0, 0}));
+}
+
+TEST(IrtWildcard, AnOpenGroupIsSeenBehindTheSource)
+{
+    EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv4WcType, bytes(kRd0 + kS4 + "00" + kO4), kKindMvrf4), (Words{0, 0, 1, 0}));
+    EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv4WcType, bytes(kRd0 + kS4 + "20" + kO4), kKindMvrf4), Words{});
+    EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv6WcType, bytes(kRd0 + kS6 + "00" + kO4), kKindMvrf6), (Words{0, 0, 1, 0}));
+    EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv6WcType, bytes(kRd0 + kS6 + "80" + kO4), kKindMvrf6), Words{});
+}
+
+TEST(IrtWildcard, KeysThatNameBothHaveNoneOfTheThree)
+{
+    const std::string no_source = "00 20000000" + kG4 + kO4; // looks open where a shorter key would tell it
+    const std::string no_group = kS4 + "00 ef010203" + kO4;
+    for (const std::string &key : {kZ4 + kZ4 + kO4, kS4 + kG4 + kO4, no_source, no_group}) {
+        EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv4WcType, bytes(kRd0 + key), kKindMvrf4), Words{});
+    }
+    EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv6WcType, bytes(kRd0 + kZ6 + kZ6 + kO4), kKindMvrf6), Words{});
 }
 
 TEST(IrtWildcard, AnotherLengthChangesNoWord)

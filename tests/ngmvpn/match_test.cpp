@@ -456,6 +456,80 @@ TEST_F(MatchBuffer, IsReachedThroughTheDescriptor)
     ZVK_Free_F(buffer, __FILE__, __LINE__);
 }
 
+TEST_F(MatchBuffer, TlvsFollowOneAnotherWithoutPadding)
+{
+    const Bytes odd = bytes("0002 fde9 00000064  010a c0a80a");
+    const Match got = ask(Subject{.wire_list = odd}, kRdBit | kListBit | kTypeBit | kOriginBit, ctx_);
+    expect_buffer(got, tlv("000d 0008", kRd) + tlv("000b 000d", odd) + bytes("0026 0001 01  0027 0004 0a0b0c0d"));
+}
+
+TEST_F(MatchBuffer, OnlyTheRowsThatTheMaskAsksForAreWritten)
+{
+    expect_buffer(ask(Subject{.type = 3}, kRdBit | kTypeBit, ctx_), tlv("000d 0008", kRd) + bytes("0026 0001 03"));
+    expect_buffer(ask(Subject{.type = 3}, kOriginBit, ctx_), bytes("0027 0004 0a0b0c0d"));
+}
+
+TEST_F(MatchBuffer, IsAllocatedOnTheContextsHandleAndBelongsToTheHost)
+{
+    const MatchRoute route{Subject{}};
+    std::uint8_t *buffer = nullptr;
+    std::uint32_t length = 0;
+    const std::uint64_t before = live_bytes();
+    ASSERT_EQ(QEL_NGMVPN_ConstructMatch(&route.route, kAllBits, &buffer, &length, ctx_), 0U);
+    EXPECT_EQ(live_bytes() - before, 81U);
+    ZVK_Free_F(buffer, __FILE__, __LINE__);
+    EXPECT_EQ(live_bytes(), before);
+}
+
+// kept: nobody clears the buffer, so octets that are counted and not written are the allocator's
+TEST_F(MatchBuffer, WhatIsCountedAndNotWrittenIsAsTheAllocatorLeftIt)
+{
+    dirty_the_heap(8);
+    const Match got = ask(Subject{.origin = o6()}, kOriginBit, ctx_);
+    ASSERT_TRUE(got.buffer);
+    EXPECT_NE(hex(got.octets), hex(Bytes(8)));
+}
+
+TEST_F(MatchBuffer, TheCalculatedLengthIsStoredNotWhatTheRowsWrote)
+{
+    EXPECT_EQ(ask(Subject{.origin = o6()}, kOriginBit | kTypeBit, ctx_).length, 13U);
+    EXPECT_EQ(ask(Subject{.origin = o4()}, kOriginBit | kTypeBit, ctx_).length, 13U);
+}
+
+TEST_F(MatchBuffer, WithoutMemoryForItBothOutputsStayAsTheyWere)
+{
+    const platform::FailAllocation failure(0);
+    const Match got = ask(Subject{}, kAllBits, ctx_);
+    EXPECT_EQ(got.code, kOutOfMemory);
+    EXPECT_EQ(got.asserts, 1U);
+    EXPECT_FALSE(got.written);
+}
+
+// kept: the code of a row is not passed on
+TEST_F(MatchBuffer, WhateverCodeARowFailsWithBecomesOne)
+{
+    EXPECT_EQ(ask(Subject{.rd = {}}, kRdBit, ctx_).code, 1U) << "the row's 0x80012";
+    EXPECT_EQ(ask(Subject{.list_len = 0xffffffff}, kListBit, ctx_).code, 1U) << "the row's 4";
+    const platform::FailAllocation failure(1);
+    EXPECT_EQ(ask(Subject{}, kListBit, ctx_).code, 1U) << "the row's 3";
+}
+
+TEST_F(MatchBuffer, ARowThatFailsGivesTheBufferBackAndStoresNullAndZero)
+{
+    const Match got = ask(Subject{.rd = {}}, kAllBits, ctx_);
+    EXPECT_EQ(got.kept_bytes, 0U);
+    EXPECT_TRUE(got.written);
+    EXPECT_FALSE(got.buffer);
+    EXPECT_EQ(got.length, 0U);
+}
+
+TEST_F(MatchBuffer, ARowThatFailsEndsTheWalk)
+{
+    const Match got = ask(Subject{.rd = {}}, kAllBits, ctx_);
+    EXPECT_EQ(got.log, Log{});
+    EXPECT_EQ(got.allocations, 1U) << "the buffer alone, no copy of the list";
+}
+
 // --- the length step ------------------------------------------------------------------------------------------------
 
 std::uint32_t length_of(const Subject &subject, std::uint32_t mask)
@@ -481,6 +555,46 @@ TEST(MatchLength, IsTheSumOfTheRowsThatTheRouteHas)
         EXPECT_EQ(length_of(subject, 0), 0U) << "a sum of 0 is stored too";
         EXPECT_EQ(length_of(subject, ~kAllBits), 0U);
     }
+}
+
+TEST(MatchLength, EachRowCountsTheOctetsOfItsTlv)
+{
+    const Subject subject{.type = 3, .wire_list = Bytes(13)};
+    EXPECT_EQ(length_of(subject, kRdBit), 12U);
+    EXPECT_EQ(length_of(subject, kListBit), 17U);
+    EXPECT_EQ(length_of(subject, kSnhBit), 17U);
+    EXPECT_EQ(length_of(subject, kTypeBit), 5U);
+    EXPECT_EQ(length_of(subject, kOriginBit), 8U);
+}
+
+TEST(MatchLength, TheLastThreeRowsCountOnRoutesOfTypes1And3Alone)
+{
+    for (const std::uint32_t type : kTypes) {
+        SCOPED_TRACE(type);
+        for (const std::uint32_t bit : {kSnhBit, kTypeBit, kOriginBit}) {
+            EXPECT_EQ(length_of(Subject{.type = type}, bit) != 0, type == 1 || type == 3);
+        }
+    }
+}
+
+TEST(MatchLength, ASumOfZeroIsStored)
+{
+    EXPECT_EQ(length_of(Subject{.type = 6}, kTypeBit), 0U);
+}
+
+// kept: an originator that will not be written is counted
+TEST(MatchLength, AnOriginatorOfAnyLengthCountsEight)
+{
+    for (const Addr &origin : {o4(), o6(), none()}) {
+        EXPECT_EQ(length_of(Subject{.origin = origin}, kOriginBit), 8U);
+    }
+}
+
+// kept: the row takes fewer
+TEST(MatchLength, CountsAll32BitsOfTheListsLength)
+{
+    EXPECT_EQ(length_of(Subject{.list_len = 0x10008}, kListBit), 0x1000cU);
+    EXPECT_EQ(length_of(Subject{.list_len = 0x10008}, kSnhBit), 0x1000cU);
 }
 
 TEST(MatchLength, AMissingListEndsItAtOnceWithTheLengthAsItWas)
@@ -775,6 +889,105 @@ TEST_F(MatchRow, ThreeRowsPassOverRoutesOfOtherTypesThanOneAndThree)
     }
 }
 
+// The rows in their order, with a subject on which each writes a TLV, and the octets of its value.
+struct RowCase {
+    Row row;
+    std::uint32_t tlv_type;
+    std::uint32_t value;
+};
+
+const std::array<RowCase, 5> kRows{{{QEL_NGMVPN_ConstructMatchRd, 13, 8},
+                                    {QEL_NGMVPN_ConstructMatchExtCommunity, 11, 24},
+                                    {QEL_NGMVPN_ConstructMatchSnhExtCommunity, 11, 24},
+                                    {QEL_NGMVPN_ConstructMatchMvpnType, 38, 1},
+                                    {QEL_NGMVPN_ConstructMatchOrigiIp, 39, 4}}};
+
+TEST_F(MatchRow, EachHasItsTlvType)
+{
+    for (const RowCase &c : kRows) {
+        EXPECT_EQ(be16(run_row(c.row, Subject{}, 40, 40, ctx_).buffer, 0), c.tlv_type);
+    }
+}
+
+TEST_F(MatchRow, TheLengthOfATlvIsThatOfItsValueWithoutTheHead)
+{
+    for (const RowCase &c : kRows) {
+        EXPECT_EQ(be16(run_row(c.row, Subject{}, 40, 40, ctx_).buffer, 2), c.value) << c.tlv_type;
+    }
+}
+
+TEST_F(MatchRow, TheHeadIsTypeAndLengthInNetworkOrder)
+{
+    const Subject subject{.wire_list = Bytes(0x108)};
+    const RowRun got = run_row(QEL_NGMVPN_ConstructMatchExtCommunity, subject, 0x10c, 0x10c, ctx_);
+    EXPECT_EQ(hex(slice(got.buffer, 0, 4)), "000b0108");
+}
+
+TEST_F(MatchRow, EachMovesTheCursorBehindItsTlv)
+{
+    for (const RowCase &c : kRows) {
+        EXPECT_EQ(run_row(c.row, Subject{}, 40, 40, ctx_).moved, c.value + 4) << c.tlv_type;
+    }
+}
+
+TEST_F(MatchRow, EachTakesWhatItWroteFromTheRoom)
+{
+    for (const RowCase &c : kRows) {
+        EXPECT_EQ(run_row(c.row, Subject{}, 40, 40, ctx_).left, 40 - (c.value + 4)) << c.tlv_type;
+    }
+}
+
+TEST_F(MatchRow, EachAsksForTheRoomOfItsWholeTlv)
+{
+    for (const RowCase &c : kRows) {
+        SCOPED_TRACE(c.tlv_type);
+        EXPECT_EQ(run_row(c.row, Subject{}, c.value + 3, c.value + 3, ctx_).code, kNoRoom);
+        EXPECT_EQ(run_row(c.row, Subject{}, c.value + 4, c.value + 4, ctx_).code, 0U);
+    }
+}
+
+TEST_F(MatchRow, TheCopyOfTheListIsGivenBackAndTheListStaysInHostOrder)
+{
+    const MatchRoute route{Subject{}}; // which looks at its list at the end
+    OddBytes out(untouched(28));
+    std::uint8_t *cursor = out.data();
+    std::uint32_t remain = 28;
+    const std::uint64_t before = live_bytes();
+    EXPECT_EQ(QEL_NGMVPN_ConstructMatchExtCommunity(&route.route, &cursor, &remain, ctx_), 0U);
+    EXPECT_EQ(live_bytes(), before);
+}
+
+TEST_F(MatchRow, TheHeadIsWrittenBeforeTheListIsCopied)
+{
+    const platform::FailAllocation failure(0);
+    const RowRun got = run_row(QEL_NGMVPN_ConstructMatchExtCommunity, Subject{}, 28, 28, ctx_);
+    EXPECT_EQ(hex(got.buffer), "000b0018" + hex(untouched(24)));
+}
+
+TEST_F(MatchRow, OriginatorOfEachTypeIsTakenFromItsOwnPlaceInTheKey)
+{
+    for (const std::uint32_t type : {1U, 3U}) {
+        const RowRun got = run_row(QEL_NGMVPN_ConstructMatchOrigiIp, Subject{.type = type}, 8, 8, ctx_);
+        EXPECT_EQ(hex(got.buffer), "002700040a0b0c0d") << type;
+    }
+}
+
+TEST_F(MatchRow, OriginatorIsWrittenInNetworkOrder)
+{
+    const RowRun got = run_row(QEL_NGMVPN_ConstructMatchOrigiIp, Subject{.origin = v4(0x01020304)}, 8, 8, ctx_);
+    EXPECT_EQ(hex(slice(got.buffer, 4, 4)), "01020304");
+}
+
+// kept: the room is looked at first
+TEST_F(MatchRow, AnIpv6OriginatorWithoutRoomIsRefusedThoughItWritesNothing)
+{
+    for (const std::uint32_t type : {1U, 3U}) {
+        const Subject subject{.type = type, .origin = o6()};
+        EXPECT_EQ(run_row(QEL_NGMVPN_ConstructMatchOrigiIp, subject, 7, 7, ctx_).code, kNoRoom);
+        EXPECT_EQ(run_row(QEL_NGMVPN_ConstructMatchOrigiIp, subject, 8, 8, ctx_).code, 0U);
+    }
+}
+
 TEST_F(MatchRow, NullArgumentsAreRefusedWithOneReport)
 {
     const MatchRoute route{Subject{}};
@@ -845,6 +1058,14 @@ TEST(MatchTable, RowsInTheOrderInWhichTheyAreWritten)
     }
     const NgmvpnInstance instance(kMvpn4);
     EXPECT_EQ(instance.desc.auiMatchTypeMask[0], all);
+}
+
+TEST(MatchTable, TheDescriptorOffersTheUnionOfTheBitsInItsThreeWords)
+{
+    const NgmvpnInstance instance(kMvpn4);
+    for (std::size_t word = 0; word < 3; ++word) {
+        EXPECT_EQ(instance.desc.auiMatchTypeMask[word], 0x300904U) << word;
+    }
 }
 
 // --- the prefix entry -----------------------------------------------------------------------------------------------

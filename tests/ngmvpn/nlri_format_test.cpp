@@ -231,6 +231,65 @@ TEST(NlriFormat, TheMessageFormIsNotRead)
     }
 }
 
+TEST(NlriFormat, EachKeyTypeIsWrittenWithItsRouteTypeAndLength)
+{
+    const NgmvpnInstance instance(kPlain);
+    const std::pair<QEL_NGMVPN_KEY_S, std::string> rows[] = {
+        {intra_key(rd_a(), o4()), "010c"},
+        {intra_key(rd_a(), o6()), "0118"},
+        {inter_key(rd_a(), 1), "020c"},
+        {spmsi_key(rd_a(), 1, s4(), g4(), o4()), "0316"},
+        {spmsi_key(rd_a(), 2, s6(), g6(), o6()), "033a"},
+        {source_active_key(rd_a(), s4(), g6()), "051e"},
+        {cmcast_key(7, rd_a(), 1, s4(), g4()), "0616"},
+        {cmcast_key(8, rd_a(), 1, s6(), none()), "071e"},
+    };
+    for (const auto &[key, head] : rows) {
+        const Written got = format_key(key, instance.ctx);
+        ASSERT_GE(got.octets.size(), 2U);
+        EXPECT_EQ(hex({got.octets.data(), 2}), head);
+        EXPECT_EQ(got.octets.size(), got.octets[1] + 2U);
+    }
+}
+
+TEST(NlriFormat, ALeafOfAnIpmsiIsEighteenAroundTwelveOrFortyTwoAroundTwentyFour)
+{
+    const NgmvpnInstance instance(kPlain);
+    for (const auto &[key, head] : {std::pair{ipmsi_leaf_key(rd_a(), o4(), l4()), "0412010c"},
+                                    {ipmsi_leaf_key(rd_a(), o6(), l6()), "042a0118"}}) {
+        EXPECT_EQ(hex(format_key(key, instance.ctx).octets).substr(0, 8), head);
+    }
+}
+
+// The embedded length leaves the leaf address out, the route's adds it and the embedded header.
+TEST(NlriFormat, TheLengthOfALeafOfAnSpmsiIsTheEmbeddedOneAndTheLeafAddressAndTwo)
+{
+    const NgmvpnInstance instance(kPlain);
+    for (const auto &[key, head] : {std::pair{spmsi_leaf_key(rd_a(), 1, s4(), g4(), o4(), l4()), "041c0316"},
+                                    {spmsi_leaf_key(rd_a(), 2, s6(), g6(), o6(), l6()), "044c033a"}}) {
+        EXPECT_EQ(hex(format_key(key, instance.ctx).octets).substr(0, 8), head);
+    }
+}
+
+TEST(NlriFormat, NumbersAndIpv4AddressesAreWrittenMostSignificantOctetFirst)
+{
+    const NgmvpnInstance instance(kPlain);
+    EXPECT_EQ(hex(format_key(inter_key(rd_a(), 0x01020304), instance.ctx).octets),
+              hex(bytes("02 0c" + kRd0 + "01020304")));
+    EXPECT_EQ(hex(format_key(intra_key(rd_a(), v4(0x01020304)), instance.ctx).octets),
+              hex(bytes("01 0c" + kRd0 + "01020304")));
+    EXPECT_EQ(hex(format_key(cmcast_key(7, rd_a(), 0x01020304, none(), none()), instance.ctx).octets),
+              hex(bytes("06 0e" + kRd0 + "01020304 00 00")));
+}
+
+TEST(NlriFormat, TheKeyStaysInHostOrder)
+{
+    const NgmvpnInstance instance(kPlain);
+    KeyRoute host(spmsi_key(rd_b(), 1, s4(), g4(), o4()), kHostRd);
+    EXPECT_EQ(format_route(host.route, 78, 78, instance.ctx).code, 0U);
+    EXPECT_EQ(hex(bytes_of(host.key.stRd)), hex(bytes_of(rd_b())));
+}
+
 // --- room
 // ---------------------------------------------------------------------------------------------------------------
 

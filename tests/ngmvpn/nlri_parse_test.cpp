@@ -6,6 +6,8 @@
 #include <functional>
 #include <random>
 #include <set>
+#include <stdexcept>
+#include <tuple>
 
 namespace qel::test {
 namespace {
@@ -1470,6 +1472,301 @@ TEST(NlriParse, GetRouteTypeOfNothingIsZeroAndAnArgumentError)
         EXPECT_EQ(QEL_NGMVPN_GetRouteType(route, &got), 2U);
         EXPECT_EQ(got, 0U);
         EXPECT_EQ(recorder.asserts().size(), 1U);
+    }
+}
+
+// --- one behaviour at a time
+// --------------------------------------------------------------------------------------------
+
+QEL_NGMVPN_KEY_S key_of(const Block &block)
+{
+    auto key = zeroed<QEL_NGMVPN_KEY_S>();
+    std::memcpy(&key, block.at(block->usKeyOffset), sizeof(key));
+    return key;
+}
+
+QEL_NGMVPN_NONKEY_S nonkey_of(const Block &block)
+{
+    auto nonkey = zeroed<QEL_NGMVPN_NONKEY_S>();
+    std::memcpy(&nonkey, block.at(block->usNonKeyOffset), sizeof(nonkey));
+    return nonkey;
+}
+
+// The route as an instance of that side takes it; the test fails if it does not.
+Block taken(Side side, const std::string &wire)
+{
+    const NgmvpnInstance instance(side);
+    Parsed got = parse_route(instance, bytes(wire));
+    EXPECT_EQ(got.code, 0U);
+    if (!got.block) {
+        throw std::runtime_error("not taken: " + wire);
+    }
+    return std::move(got.block);
+}
+
+TEST(NlriParse, ARouteLengthBelowTenOrAboveSeventySixIsMalformedAndLeavesTheCursor)
+{
+    const NgmvpnInstance instance(kPlain);
+    for (const std::size_t length : {0U, 9U, 77U, 200U}) {
+        expect_refusal(parse_route(instance, header(8, length) + Bytes(length)), kMalformed, 0);
+    }
+    for (const std::size_t length : {10U, 76U}) {
+        EXPECT_EQ(parse_route(instance, header(8, length) + Bytes(length)).code, kRefused);
+    }
+}
+
+TEST(NlriParse, EachRouteTypeHasItsKeyTypeInKeyAndNonKey)
+{
+    const std::tuple<std::string, Side, std::uint32_t> rows[] = {
+        {"01 0c" + kRd0 + kO4, kMvpn4, 1},
+        {"02 0c" + kRd0 + kAs, kMvpn4, 2},
+        {"03 0e" + kRd0 + "00 00" + kO4, kMvpn4, 3},
+        {"04 12 01 0c" + kRd0 + kO4 + kL4, kMvpn4, 4},
+        {"04 14 03 0e" + kRd0 + "00 00" + kO4 + kL4, kMvpn4, 5},
+        {"05 0a" + kRd0 + "00 00", kMvpn4, 6},
+        {"06 0e" + kRd0 + kAs + "00 00", kMvpn4, 7},
+        {"07 0e" + kRd0 + kAs + "00 00", kMvpn4, 8},
+    };
+    for (const auto &[wire, side, key_type] : rows) {
+        const Block block = taken(side, wire);
+        EXPECT_EQ(key_of(block).uiKeyType, key_type);
+        EXPECT_EQ(nonkey_of(block).uiKeyType, key_type);
+    }
+}
+
+TEST(NlriParse, ARouteOfAPathAttributeIsFiledWithRdKindTwo)
+{
+    for (const NlriCase &route : one_of_each()) {
+        EXPECT_EQ(key_of(taken(route.side, route.wire)).ucRdKind, 2) << route;
+    }
+}
+
+// Leaves octets behind where the next call has its stack.
+[[gnu::noinline]] void dirty_the_stack()
+{
+    volatile std::uint8_t area[4096];
+    for (volatile std::uint8_t &octet : area) {
+        octet = 0xa5;
+    }
+}
+
+TEST(NlriParse, WhatARouteDoesNotHoldIsZeroInItsKeyAndNonKey)
+{
+    for (const NlriCase &route : one_of_each()) {
+        SCOPED_TRACE(route);
+        const NgmvpnInstance instance(route.side);
+        const Bytes octets = route.octets();
+        const std::uint8_t *cursor = octets.data();
+        const auto size = static_cast<std::uint32_t>(octets.size());
+        QEL_ROUTE_BLOCK_S *result = nullptr;
+        std::uint32_t more = 0;
+        dirty_the_stack();
+        ASSERT_EQ(QEL_NGMVPN_ParseMpNlri(&cursor, size, &result, &more, instance.ctx), 0U);
+        const Block block(result);
+        EXPECT_EQ(hex(bytes_of(key_of(block))), hex(bytes_of(route.key)));
+        EXPECT_EQ(hex(bytes_of(nonkey_of(block))), hex(bytes_of(route.nonkey())));
+    }
+}
+
+TEST(NlriParse, ARefusedRouteLeavesTheCursorBehindItsHeaderAndTheMoreWordAlone)
+{
+    const NgmvpnInstance instance(kMvpn4);
+    for (const std::string &wire :
+         {"01 0d" + kRd0 + kO4 + "00", "05 0a" + kRd0 + "04 00", "05 12" + kRd0 + "20 00000000" + kG4,
+          "05 2a" + kRd0 + kS6 + kG6, "04 12 02 0c" + kRd0 + kO4 + kL4, "04 13 01 0c" + kRd0 + kO4 + kL4 + "00"}) {
+        const Parsed got = parse_route(instance, bytes(wire) + kNextRoute);
+        EXPECT_NE(got.code, 0U) << wire;
+        EXPECT_EQ(got.moved, 2) << wire;
+        EXPECT_EQ(got.more, kUnwritten) << wire;
+        EXPECT_FALSE(got.result_written) << wire;
+    }
+}
+
+TEST(NlriParse, AnUnknownRouteTypeIsSteppedOver)
+{
+    const NgmvpnInstance instance(kPlain);
+    for (const unsigned type : {0U, 8U, 255U}) {
+        for (std::size_t behind = 0; behind <= 4; ++behind) {
+            const Parsed got = parse_route(instance, header(type, 10) + Bytes(10 + behind));
+            expect_refusal(got, kRefused, 12, behind > 2 ? 1U : 0U);
+        }
+    }
+}
+
+TEST(NlriParse, ARouteOfAnUnknownRdTypeStoresNothingEvenWithALengthThatFits)
+{
+    const NgmvpnInstance instance(kPlain);
+    const Parsed got = parse_route(instance, bytes("02 0c" + kRd3 + kAs) + kNextRoute);
+    EXPECT_EQ(got.code, kRefused);
+    EXPECT_FALSE(got.result_written);
+    EXPECT_EQ(got.more, 1U);
+}
+
+TEST(NlriParse, NonKeysOfAllButLeafRoutesHoldTheRdAndItsFlag)
+{
+    for (const NlriCase &route : one_of_each()) {
+        const QEL_NGMVPN_NONKEY_S nonkey = nonkey_of(taken(route.side, route.wire));
+        EXPECT_EQ(nonkey.usFlags, route.leaf() ? 0x5 : 0x11) << route;
+        EXPECT_EQ(hex(bytes_of(nonkey.stRd)), route.leaf() ? hex(Bytes(8)) : hex(bytes_of(route.key.stRd))) << route;
+    }
+}
+
+// kept: neither zero nor the other family is refused for an originator
+TEST(NlriParse, AnIntraOriginatorMayBeZeroOrOfTheOtherFamily)
+{
+    for (const std::string &wire : {"01 0c" + kRd0 + "00000000", "01 18" + kRd0 + kZero16, "01 18" + kRd0 + kO6}) {
+        EXPECT_EQ(key_of(taken(kMvpn4, wire)).uiKeyType, 1U);
+    }
+    EXPECT_EQ(key_of(taken(kMvpn6, "01 0c" + kRd0 + kO4)).uiKeyType, 1U);
+}
+
+TEST(NlriParse, AnIntraOriginatorIsAHostOrderWordOrSixteenWireOctets)
+{
+    const auto four = key_of(taken(kPlain, "01 0c" + kRd0 + "0a0b0c0d")).uKey.stIntraIpmsiAd;
+    EXPECT_EQ(four.ucOrigAddrLen, 32);
+    EXPECT_EQ(four.stOrigAddr.uiIpv4, 0x0a0b0c0dU);
+    const auto sixteen = key_of(taken(kPlain, "01 18" + kRd0 + kO6)).uKey.stIntraIpmsiAd;
+    EXPECT_EQ(sixteen.ucOrigAddrLen, 128);
+    EXPECT_EQ(hex(sixteen.stOrigAddr.aucIpv6), hex(bytes(kO6)));
+}
+
+TEST(NlriParse, ASourceAsIsKeptInHostOrder)
+{
+    EXPECT_EQ(key_of(taken(kPlain, "02 0c" + kRd0 + "01020304")).uKey.stInterIpmsiAd.uiSourceAs, 0x01020304U);
+    for (const char *type : {"06", "07"}) {
+        const Block block = taken(kPlain, type + (" 0e" + kRd0) + "01020304 00 00");
+        EXPECT_EQ(key_of(block).uKey.stCMulticastRoute.uiSourceAs, 0x01020304U);
+    }
+}
+
+TEST(NlriParse, TheFamilyOfAnSpmsiKeyFollowsFromTheRoutesLengthAlone)
+{
+    for (const NlriCase &route : spmsi_routes()) {
+        const unsigned length = route.octets()[1];
+        EXPECT_EQ(key_of(taken(route.side, route.wire)).uKey.stSpmsiAd.ucKeyAddrFamily, hint_of(length)) << route;
+    }
+}
+
+TEST(NlriParse, TheFamilyOfAnSpmsiLeafKeyFollowsFromTheEmbeddedLengthAlone)
+{
+    for (const NlriCase &route : spmsi_leaf_routes()) {
+        const unsigned length = route.octets()[3];
+        EXPECT_EQ(key_of(taken(route.side, route.wire)).uKey.stSpmsiLeafAd.ucKeyAddrFamily, hint_of(length)) << route;
+    }
+}
+
+TEST(NlriParse, SpmsiOf22WithASourceOfNoLengthNeedsFourZeroOctetsBehindIt)
+{
+    const NgmvpnInstance instance(kPlain);
+    EXPECT_EQ(parse_route(instance, bytes("03 16" + kRd0 + "00 00000000" + kG4 + kO4)).code, 0U);
+    expect_refusal(parse_route(instance, bytes("03 16" + kRd0 + "00 00000001" + kG4 + kO4)), kMalformed, 2);
+}
+
+// Only routes of S-PMSIs have a second form of the wildcard.
+TEST(NlriParse, SourceActiveAndCMulticastWildcardsTakeOneOctet)
+{
+    EXPECT_EQ(key_of(taken(kPlain, "05 0e" + kRd0 + "00" + kG4)).uKey.stSourceActiveAd.ucGrpAddrLen, 32);
+    EXPECT_EQ(key_of(taken(kPlain, "06 12" + kRd0 + kAs + "00" + kG4)).uKey.stCMulticastRoute.ucGrpAddrLen, 32);
+    const NgmvpnInstance instance(kPlain);
+    expect_refusal(parse_route(instance, bytes("05 12" + kRd0 + kZ4 + kG4)), kMalformed, 2);
+    expect_refusal(parse_route(instance, bytes("06 16" + kRd0 + kAs + kZ4 + kG4)), kMalformed, 2);
+}
+
+TEST(NlriParse, OctetsThatDoNotAddUpToTheLengthAreMalformed)
+{
+    const NgmvpnInstance instance(kMvpn4);
+    for (const std::string &wire :
+         {"03 0f" + kRd0 + "00 00" + kO4 + "00", "05 0b" + kRd0 + "00 00 00", "06 0f" + kRd0 + kAs + "00 00 00",
+          "07 0f" + kRd0 + kAs + "00 00 00", "04 18 03 12" + kRd0 + "00 00" + kO4 + kL4 + "00000000"}) {
+        expect_refusal(parse_route(instance, bytes(wire)), kMalformed, 2);
+    }
+}
+
+TEST(NlriParse, ABadSourceIsToldBeforeABadGroup)
+{
+    const NgmvpnInstance instance(kPlain);
+    expect_refusal(parse_route(instance, bytes("05 0f" + kRd0 + "20 00000000 04 00")), kRefused, 2);
+    expect_refusal(parse_route(instance, bytes("05 0f" + kRd0 + "04 20 00000000 00")), kMalformed, 2);
+}
+
+TEST(NlriParse, TheSumIsTestedBeforeTheAddressFamily)
+{
+    const NgmvpnInstance instance(kPlain6);
+    expect_refusal(parse_route(instance, bytes("05 12" + kRd0 + kS4 + kG4)), kRefused, 2);
+    expect_refusal(parse_route(instance, bytes("05 13" + kRd0 + kS4 + kG4 + "00")), kMalformed, 2);
+}
+
+TEST(NlriParse, ALeafOfAnIpmsiHoldsItsEmbeddedRouteAsItStandsOnTheWire)
+{
+    for (const NlriCase &route : ipmsi_leaf_routes()) {
+        const Bytes octets = route.octets();
+        Bytes embedded(octets.begin() + 2, octets.begin() + 4 + octets[3]);
+        embedded.resize(60);
+        EXPECT_EQ(hex(nonkey_of(taken(route.side, route.wire)).aucEmbeddedKey), hex(embedded)) << route;
+    }
+}
+
+TEST(NlriParse, ALeafOfAnIpmsiIsEighteenAroundTwelveOrFortyTwoAroundTwentyFour)
+{
+    const NgmvpnInstance instance(kMvpn4);
+    for (const std::size_t length : {17U, 18U, 19U, 41U, 42U, 43U}) {
+        for (const std::size_t inner : {11U, 12U, 13U, 23U, 24U, 25U}) {
+            const bool fits = (length == 18 && inner == 12) || (length == 42 && inner == 24);
+            const Bytes route = header(4, length) + sized(header(1, inner) + bytes(kRd0 + kO6 + kL6), length);
+            EXPECT_EQ(parse_route(instance, route).code, fits ? 0U : kMalformed) << length << " around " << inner;
+        }
+    }
+}
+
+TEST(NlriParse, ALeafOfAnIpmsiHasOriginatorAndLeafAddressOfOneSize)
+{
+    const auto four = key_of(taken(kMvpn4, "04 12 01 0c" + kRd0 + kO4 + kL4)).uKey.stIpmsiLeafAd;
+    EXPECT_EQ(four.ucOrigAddrLen, 32);
+    EXPECT_EQ(four.ucLeafAddrLen, 32);
+    EXPECT_EQ(four.stOrigAddr.uiIpv4, 0xc0a80a0bU);
+    EXPECT_EQ(four.stLeafAddr.uiIpv4, 0xc0a81415U);
+    const auto sixteen = key_of(taken(kMvpn4, "04 2a 01 18" + kRd0 + kO6 + kL6)).uKey.stIpmsiLeafAd;
+    EXPECT_EQ(sixteen.ucOrigAddrLen, 128);
+    EXPECT_EQ(sixteen.ucLeafAddrLen, 128);
+    EXPECT_EQ(hex(sixteen.stOrigAddr.aucIpv6), hex(bytes(kO6)));
+    EXPECT_EQ(hex(sixteen.stLeafAddr.aucIpv6), hex(bytes(kL6)));
+}
+
+TEST(NlriParse, ALeafOfAnSpmsiIsTwentyToSeventySixOctets)
+{
+    const NgmvpnInstance instance(kMvpn4);
+    instance.desc.pfSetLibDebug(5, 6, instance.ctx);
+    for (const std::size_t length : {19U, 20U, 76U}) {
+        const Bytes route = header(4, length) + sized(header(3, 13) + bytes(kRd0), length);
+        const Parsed got = parse_route(instance, route);
+        expect_refusal(got, kMalformed, 2);
+        EXPECT_EQ(got.debugs.size(), length == 19 ? 1U : 0U) << length;
+        EXPECT_EQ(got.asserts, length == 19 ? 0U : 1U) << "the embedded length is looked at behind the route's";
+    }
+}
+
+TEST(NlriParse, AnEmbeddedLengthOutsideFourteenToFiftyEightIsReported)
+{
+    const NgmvpnInstance instance(kMvpn4);
+    for (const std::uint32_t inner : {0U, 13U, 14U, 58U, 59U, 255U}) {
+        std::uint32_t is_v6 = kUnwritten;
+        const platform::Recorder recorder;
+        EXPECT_EQ(QEL_NGMVPN_GetUndTypeBySpmsiLeafAdKeyLen(inner, inner, &is_v6, instance.ctx), 0U);
+        EXPECT_EQ(recorder.asserts().size(), inner < 14 || inner > 58 ? 1U : 0U) << inner;
+        EXPECT_EQ(is_v6, kUnwritten);
+    }
+}
+
+// kept: four-octet addresses are read under the length that 16-octet ones would have
+TEST(NlriParse, AnEmbeddedLengthThatTheComponentDoesNotKnowNeedsEighteenMoreAndReadsFourOctets)
+{
+    for (const auto &[side, inner] : {std::pair{kMvpn4, 46U}, {kMvpn6, 22U}, {kPlain, 14U}}) {
+        const NgmvpnInstance instance(side);
+        std::uint32_t is_v6 = kUnwritten;
+        EXPECT_EQ(QEL_NGMVPN_GetUndTypeBySpmsiLeafAdKeyLen(inner, inner + 6, &is_v6, instance.ctx), 0U);
+        EXPECT_EQ(is_v6, kUnwritten);
+        EXPECT_EQ(QEL_NGMVPN_GetUndTypeBySpmsiLeafAdKeyLen(inner, inner + 18, &is_v6, instance.ctx), 1U);
+        EXPECT_EQ(is_v6, 0U);
     }
 }
 

@@ -92,6 +92,16 @@ TEST_F(NonKey, NoOctetTwoOrThreeAreRefused)
     expect_no_result(parse(bytes("0001 00")), kFailed, 0);
 }
 
+// Nothing behind them is looked at either, though it would make a header and a faulty sub-TLV.
+TEST_F(NonKey, ThreeOctetsAreNoHeader)
+{
+    const Bytes behind = bytes("08 0001 0003 010203") + slack(8, QEL_MSG_READ_SLACK - 8);
+    const MessageGot got = read_message(Message(bytes("0001 00"), behind), [&](auto data, auto told, auto result) {
+        return QEL_NGMVPN_ParseRtNonKeyTlv(data, told, result, ctx_);
+    });
+    expect_no_result(got, kFailed, 0);
+}
+
 TEST_F(NonKey, AZeroSumIsReported)
 {
     expect_no_result(parse(bytes("0001 0000")), kFailed, 1);
@@ -147,6 +157,65 @@ TEST_F(NonKey, EverySubTlvFillsItsField)
     record = flags_alone(0x10);
     record.stRd = rd_b();
     expect_record(message_of(0x10, kRdSub), record);
+}
+
+TEST_F(NonKey, AKeyTypeIsAWordInNetworkOrder)
+{
+    expect_record(bytes("0001 0008 0001 0004 00000103"), nonkey_of(0x103, 0x1));
+}
+
+TEST_F(NonKey, AUserAddressOfEightOctetsIsOneWordAndItsValue)
+{
+    auto record = flags_alone(0x2);
+    record.usUserAddrLen = 4;
+    record.stUserAddr.uiIpv4 = 0x0a000001;
+    record.uiUserValue = 0x0b0c0d0e;
+    expect_record(bytes("0002 000c 0002 0008 0a000001 0b0c0d0e"), record);
+}
+
+TEST_F(NonKey, AUserAddressOfTwentyFourOctetsIsItsValueAndFourWords)
+{
+    auto record = flags_alone(0x2);
+    record.usUserAddrLen = 16;
+    record.uiUserValue = 0x0b0c0d0e;
+    const Bytes words = bytes("04030201 08070605 0c0b0a09 100f0e0d");
+    std::copy(words.begin(), words.end(), record.stUserAddr.aucIpv6);
+    expect_record(bytes("0002 001c 0002 0018 77777777 0b0c0d0e 01020304 05060708 090a0b0c 0d0e0f10"), record);
+}
+
+TEST_F(NonKey, AnRdIsTakenAsItStands)
+{
+    auto record = flags_alone(0x10);
+    const Bytes rd = bytes("0102 0304 05060708");
+    std::memcpy(&record.stRd, rd.data(), 8);
+    expect_record(bytes("0010 000c 0010 0008 0102 0304 05060708"), record);
+}
+
+TEST_F(NonKey, AKeyTypeOfThreeOctetsIsReported)
+{
+    expect_no_result(parse(message_of(0x1, tlv(1, bytes("010203")))), kFailed, 1);
+    expect_no_result(parse(message_of(0x1, tlv(1, bytes("010203")) + kRdSub)), kFailed, 1);
+}
+
+TEST_F(NonKey, UserDataOfOtherLengthsThanEightAndTwentyFourIsReported)
+{
+    for (const std::size_t length : {0U, 4U, 7U, 9U, 20U, 23U, 25U}) {
+        expect_no_result(parse(message_of(0x2, tlv(2, Bytes(length)))), kFailed, 1);
+    }
+}
+
+TEST_F(NonKey, ASubTlvLongerThanWhatIsLeftIsReported)
+{
+    for (const std::uint32_t type : {1U, 2U, 4U, 16U, 3U}) {
+        expect_no_result(parse(message_of(0x1f, kTypeSub + tlv(type, Bytes(8), 9))), kFailed, 1);
+    }
+}
+
+TEST_F(NonKey, AnUnknownSubTlvIsRefusedWithoutAReport)
+{
+    for (const std::uint32_t type : {0U, 3U, 5U, 8U, 15U, 17U, 0x101U}) {
+        expect_no_result(parse(message_of(0x1, kTypeSub + tlv(type, Bytes(8)))), kFailed, 0);
+    }
 }
 
 TEST_F(NonKey, SubTlvsMayStandInAnyOrderAndMoreThanOnce)
@@ -354,6 +423,57 @@ TEST_F(NonKey, EveryFlagHasItsSubTlv)
     }
 }
 
+// Refused one octet short, with the cursor where it was.
+void expect_sub(std::uint16_t flag, std::uint16_t addr_len, const Bytes &wire, QEL_FAMILY_CTX_S *ctx)
+{
+    expect_written(write_nonkey(full_nonkey(flag, addr_len), wire.size(), ctx), wire);
+    expect_not_moved(write_nonkey(full_nonkey(flag, addr_len), wire.size() - 1, ctx), kNoRoom);
+}
+
+TEST_F(NonKey, AKeyTypeTakesEightOctets)
+{
+    expect_sub(0x1, 4, bytes("0001 0008 0001 0004 01020304"), ctx_);
+}
+
+TEST_F(NonKey, AnIpv4UserAddressTakesTwelveOctets)
+{
+    expect_sub(0x2, 4, bytes("0002 000c 0002 0008 20010db8 11121314"), ctx_);
+}
+
+// kept: four octets keep what the buffer held
+TEST_F(NonKey, AnIpv6UserAddressTakesTwentyEightOctetsOfWhichFourAreSkipped)
+{
+    expect_sub(0x2, 16,
+               bytes("0002 001c 0002 0018") + untouched(4) + bytes("11121314 20010db8 00010203 04050607 08090a0b"),
+               ctx_);
+}
+
+TEST_F(NonKey, AnEmbeddedKeyTakesSixtyFourOctets)
+{
+    expect_sub(0x4, 4, bytes("0004 0040 0004 003c") + numbered(60, 0x40), ctx_);
+}
+
+TEST_F(NonKey, AnRdTakesTwelveOctetsAndGoesOutAsItStands)
+{
+    expect_sub(0x10, 4, bytes("0010 000c 0010 0008") + bytes_of(rd_b()), ctx_);
+}
+
+TEST_F(NonKey, SubTlvsStandInTheOrderOfTheirFlags)
+{
+    const Written got = write_nonkey(full_nonkey(kAllFlags, 4), 100, ctx_);
+    EXPECT_EQ(hex(slice(got.buffer, 4, 2)), "0001");
+    EXPECT_EQ(hex(slice(got.buffer, 12, 2)), "0002");
+    EXPECT_EQ(hex(slice(got.buffer, 24, 2)), "0004");
+    EXPECT_EQ(hex(slice(got.buffer, 88, 2)), "0010");
+}
+
+TEST_F(NonKey, ItsHeaderNeedsFourOctets)
+{
+    for (std::size_t room = 0; room < 4; ++room) {
+        expect_not_written(write_nonkey(full_nonkey(0, 4), room, ctx_), kNoRoom);
+    }
+}
+
 TEST_F(NonKey, OfARouteWithAllBitsSetTakesAHundredOctets)
 {
     const Written got = write_nonkey(full_nonkey(kAllFlags, 4), 100, ctx_);
@@ -509,6 +629,37 @@ TEST_F(Merge, ANonKeyKeepsItsKeyTypeAndTakesOnUserDataAndRd)
     }
 }
 
+TEST_F(Merge, TheEmbeddedKeyIsTheRoutesAndNeverTheAddedOne)
+{
+    QEL_NGMVPN_NONKEY_S added = full_nonkey(0x4, 4);
+    std::memset(added.aucEmbeddedKey, 0x99, 60);
+    QEL_NGMVPN_NONKEY_S expected = nonkey_of(0x01020304, 0x5);
+    const Bytes embedded = numbered(60, 0x40);
+    std::copy(embedded.begin(), embedded.end(), expected.aucEmbeddedKey);
+    expect_sections(merge_nonkey(full_nonkey(0x5, 4), added), expected, std::nullopt);
+    expect_sections(merge_nonkey(full_nonkey(0x1, 4), added), nonkey_of(0x01020304, 0x1), std::nullopt);
+}
+
+TEST_F(Merge, TheAddedUserDataIsTakenOnWhereItIsValid)
+{
+    QEL_NGMVPN_NONKEY_S expected = nonkey_of(7, 0x3);
+    expected.stUserAddr = full_nonkey(0, 4).stUserAddr;
+    expected.uiUserValue = 0x11121314;
+    expect_sections(merge_nonkey(nonkey_of(7, 0x1), full_nonkey(0x2, 4)), expected, std::nullopt);
+    expect_sections(merge_nonkey(nonkey_of(7, 0x1), full_nonkey(0x1, 4)), nonkey_of(7, 0x1), std::nullopt);
+}
+
+TEST_F(Merge, TheAddedRdIsTakenOnWhereItIsValid)
+{
+    expect_sections(merge_nonkey(nonkey_of(7, 0x1), full_nonkey(0x10, 4)), nonkey_of(7, 0x11, rd_b()), std::nullopt);
+    expect_sections(merge_nonkey(nonkey_of(7, 0x1), full_nonkey(0x5, 4)), nonkey_of(7, 0x1), std::nullopt);
+}
+
+TEST_F(Merge, TheKeyTypeIsTheRoutesOwn)
+{
+    expect_sections(merge_nonkey(nonkey_of(7, 0x1), nonkey_of(3, 0x1)), nonkey_of(7, 0x1), std::nullopt);
+}
+
 // kept: the length of the address is not taken along, so that the merged record goes out in the long form
 TEST_F(Merge, TheLengthOfTheUserAddressIsNotTakenAlong)
 {
@@ -640,6 +791,35 @@ TEST_F(Merge, FourKeyTypesNeverTakeCommunitiesOnAndHaveTheirOwnCleaned)
     }
     CrossRoute high(nonkey_of(0x10007, kFlagType));
     expect_attr(merge_list(high.info, kRtAs2.host), ext_comm(kRtAs2.host));
+}
+
+// kept: an own list is cleaned and handed out, whatever is added
+TEST_F(Merge, TheOwnListOfALeafOrJoinIsSortedAndFreedOfItsDuplicates)
+{
+    for (const std::uint32_t type : {4U, 5U, 7U, 8U}) {
+        SCOPED_TRACE(type);
+        CrossRoute route(nonkey_of(type, kFlagType), list_of({kSnh, kRtAs4, kSnh}));
+        expect_attr(merge_list(route.info, kRtAs2.host), ext_comm(list_of({kRtAs4, kSnh})));
+        expect_attr(merge_list(route.info, {}), ext_comm(list_of({kRtAs4, kSnh})));
+    }
+}
+
+TEST_F(Merge, AListIsAttributeSixteenOfFlagZero)
+{
+    CrossRoute route(nonkey_of(1, kFlagType), kSnh.host);
+    const MessageGot got = merge_list(route.info, kRtAs2.host);
+    ASSERT_TRUE(got.block);
+    EXPECT_EQ(got.block->ucAttrFlag, 0);
+    EXPECT_EQ(got.block->ucAttrType, 16);
+    EXPECT_EQ(got.block->usAttrLen, 16);
+}
+
+TEST_F(Merge, AListLengthWithoutAListCountsForNothing)
+{
+    CrossRoute route(nonkey_of(1, kFlagType));
+    route.info.uiExtCommLen = 16;
+    expect_attr(merge_list(route.info, kRtAs2.host), ext_comm(kRtAs2.host));
+    expect_no_result(merge_list(route.info, {}), 0, 0);
 }
 
 // Both lists are in host order and nothing is swapped.

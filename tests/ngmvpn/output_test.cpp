@@ -29,6 +29,299 @@ struct Ngmvpn {
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Ngmvpn, OutputContract, Ngmvpn);
 
+// A block of a view, and what its making left behind.
+class NgmvpnBlock : public ::testing::Test {
+protected:
+    NgmvpnBlock()
+    {
+        view_.ucAttrFlag = 0x35;
+        view_.ucAttrType = 0xc7;
+    }
+    std::uint32_t build()
+    {
+        QEL_ROUTE_BLOCK_S *made = nullptr;
+        const std::uint32_t code = QEL_NGMVPN_OutputData(&made, &view_, kMemHandle);
+        block_ = Block(made);
+        return code;
+    }
+    void rd(std::uint32_t length)
+    {
+        view_.pucRd = octets_.data();
+        view_.uiRdLen = length;
+    }
+    void key(std::uint32_t length)
+    {
+        view_.pucKey = octets_.data() + 16;
+        view_.uiKeyLen = length;
+    }
+    void non_key(std::uint32_t length)
+    {
+        view_.pucNonKey = octets_.data() + 32;
+        view_.uiNonKeyLen = length;
+    }
+    void attr(std::uint16_t length)
+    {
+        view_.pucAttr = octets_.data() + 48;
+        view_.usAttrLen = length;
+    }
+    void cross(std::uint32_t length)
+    {
+        view_.pucCross = octets_.data() + 64;
+        view_.uiCrossLen = length;
+    }
+    Bytes part(std::size_t at, std::size_t length) const { return {octets_.data() + at, octets_.data() + at + length}; }
+
+    LeakCheck leaks_;
+    platform::Recorder recorder_;
+    Bytes octets_ = [] {
+        Bytes out(80);
+        for (std::size_t i = 0; i < out.size(); ++i) {
+            out[i] = static_cast<std::uint8_t>(0x80 + i);
+        }
+        return out;
+    }();
+    QEL_ROUTE_VIEW_S view_{};
+    Block block_;
+};
+
+TEST_F(NgmvpnBlock, OfALoneRdHasFortyBytes)
+{
+    rd(8);
+    const std::uint64_t live = platform::usage(kMemHandle).live_bytes;
+    ASSERT_EQ(build(), QEL_OK);
+    EXPECT_EQ(platform::usage(kMemHandle).live_bytes - live, 40U);
+    EXPECT_EQ(block_->uiValidMask, 1U);
+    EXPECT_EQ(block_->usRdOffset, 32U);
+    EXPECT_EQ(block_->usRdLen, 8U);
+    EXPECT_EQ(block_.section(32, 8), part(0, 8));
+}
+
+TEST_F(NgmvpnBlock, OfAnEmptyAttributeAloneIsRefusedWithoutAReport)
+{
+    attr(0);
+    const std::uint64_t allocations = platform::usage(kMemHandle).allocations;
+    EXPECT_EQ(build(), QEL_ERR_NULL);
+    EXPECT_FALSE(block_);
+    EXPECT_EQ(platform::usage(kMemHandle).allocations, allocations);
+    EXPECT_TRUE(recorder_.asserts().empty());
+}
+
+TEST_F(NgmvpnBlock, OfNothingIsRefusedAndNoLengthIsStored)
+{
+    std::uint32_t length = 77;
+    EXPECT_EQ(QEL_NGMVPN_CalcOutputLen(&view_, &length), QEL_ERR_NULL);
+    EXPECT_EQ(length, 77U);
+    EXPECT_EQ(build(), QEL_ERR_NULL);
+    EXPECT_TRUE(recorder_.asserts().empty());
+}
+
+TEST_F(NgmvpnBlock, HasRdKeyNonKeyAttributeAndCrossInThisOrderBehindItsHeader)
+{
+    rd(8);
+    key(7);
+    non_key(6);
+    attr(5);
+    cross(4);
+    ASSERT_EQ(build(), QEL_OK);
+    EXPECT_EQ(block_->uiValidMask, 0x1fU);
+    EXPECT_EQ(hex(block_.section(32, 30)),
+              hex(part(0, 8)) + hex(part(16, 7)) + hex(part(32, 6)) + hex(part(48, 5)) + hex(part(64, 4)));
+    EXPECT_EQ(block_->usRdOffset, 32U);
+    EXPECT_EQ(block_->usKeyOffset, 40U);
+    EXPECT_EQ(block_->usNonKeyOffset, 47U);
+    EXPECT_EQ(block_->usAttrOffset, 53U);
+    EXPECT_EQ(block_->usCrossOffset, 58U);
+    EXPECT_EQ(block_->usRdLen, 8U);
+    EXPECT_EQ(block_->usKeyLen, 7U);
+    EXPECT_EQ(block_->usNonKeyLen, 6U);
+    EXPECT_EQ(block_->usAttrLen, 5U);
+    EXPECT_EQ(block_->usCrossLen, 4U);
+    EXPECT_TRUE(recorder_.asserts().empty());
+}
+
+TEST_F(NgmvpnBlock, CountsNoLengthBesideANullPointer)
+{
+    view_.uiRdLen = view_.uiKeyLen = view_.uiNonKeyLen = view_.uiCrossLen = 100;
+    view_.usAttrLen = 100;
+    EXPECT_EQ(build(), QEL_ERR_NULL);
+    rd(8);
+    const std::uint64_t live = platform::usage(kMemHandle).live_bytes;
+    ASSERT_EQ(build(), QEL_OK);
+    EXPECT_EQ(platform::usage(kMemHandle).live_bytes - live, 40U);
+    EXPECT_EQ(block_->uiValidMask, 1U);
+}
+
+TEST_F(NgmvpnBlock, SetsTheBitOfAnEmptySectionBeforeAnother)
+{
+    key(0);
+    cross(4);
+    ASSERT_EQ(build(), QEL_OK);
+    EXPECT_EQ(block_->uiValidMask, 0x12U);
+    EXPECT_EQ(block_->usKeyOffset, 32U);
+    EXPECT_EQ(block_->usKeyLen, 0U);
+    EXPECT_EQ(block_->usCrossOffset, 32U);
+}
+
+// kept: an empty section at the very end leaves no trace
+TEST_F(NgmvpnBlock, SetsNoBitForAnEmptySectionAtItsVeryEnd)
+{
+    rd(8);
+    attr(0);
+    cross(0);
+    ASSERT_EQ(build(), QEL_OK);
+    EXPECT_EQ(block_->uiValidMask, 1U);
+    EXPECT_EQ(block_->usAttrOffset, 0U);
+    EXPECT_EQ(block_->ucAttrFlag, 0U);
+    EXPECT_EQ(block_->ucAttrType, 0U);
+    EXPECT_EQ(block_->usCrossOffset, 0U);
+}
+
+TEST_F(NgmvpnBlock, HasFlagAndTypeWithAnAttributeAlone)
+{
+    attr(5);
+    ASSERT_EQ(build(), QEL_OK);
+    EXPECT_EQ(block_->ucAttrFlag, 0x35U);
+    EXPECT_EQ(block_->ucAttrType, 0xc7U);
+    view_.pucAttr = nullptr;
+    rd(8);
+    ASSERT_EQ(build(), QEL_OK);
+    EXPECT_EQ(block_->ucAttrFlag, 0U);
+    EXPECT_EQ(block_->ucAttrType, 0U);
+}
+
+TEST_F(NgmvpnBlock, IsClearedBeforeItsSections)
+{
+    cross(4);
+    dirty_the_heap(36);
+    ASSERT_EQ(build(), QEL_OK);
+    EXPECT_EQ(hex({block_.at(0), 28}), "10000000" + std::string(48, '0'));
+}
+
+TEST_F(NgmvpnBlock, ThatCannotBeAllocatedIsReportedAndNothingIsStored)
+{
+    rd(8);
+    QEL_ROUTE_BLOCK_S other{};
+    QEL_ROUTE_BLOCK_S *made = &other;
+    const platform::FailAllocation failure(0);
+    EXPECT_EQ(QEL_NGMVPN_OutputData(&made, &view_, kMemHandle), QEL_ERR_ALLOC);
+    EXPECT_TRUE(failure.fired());
+    EXPECT_EQ(made, &other);
+    EXPECT_EQ(recorder_.asserts().size(), 1U);
+}
+
+TEST_F(NgmvpnBlock, NeedsItsPlaceItsViewAndAHandle)
+{
+    rd(8);
+    QEL_ROUTE_BLOCK_S *made = nullptr;
+    EXPECT_EQ(QEL_NGMVPN_OutputData(nullptr, &view_, kMemHandle), QEL_ERR_NULL);
+    EXPECT_EQ(recorder_.asserts().size(), 1U);
+    EXPECT_EQ(QEL_NGMVPN_OutputData(&made, nullptr, kMemHandle), QEL_ERR_NULL);
+    EXPECT_EQ(recorder_.asserts().size(), 2U);
+    EXPECT_EQ(QEL_NGMVPN_OutputData(&made, &view_, 0), QEL_ERR_NULL);
+    EXPECT_EQ(recorder_.asserts().size(), 3U);
+    EXPECT_EQ(QEL_NGMVPN_OutputData(nullptr, nullptr, 0), QEL_ERR_NULL);
+    EXPECT_EQ(recorder_.asserts().size(), 4U);
+    EXPECT_EQ(made, nullptr);
+}
+
+// kept: success without a block
+TEST_F(NgmvpnBlock, OfASumThatWrapsBelowItsHeaderIsSuccessWithoutABlock)
+{
+    rd(0xfffffff0);
+    EXPECT_EQ(build(), QEL_OK);
+    EXPECT_FALSE(block_);
+    EXPECT_TRUE(recorder_.asserts().empty());
+}
+
+// A block of the wrapped size would have its second section written behind it.
+TEST_F(NgmvpnBlock, OfASumThatWrapsAboveItsHeaderIsLikeExhaustedMemory)
+{
+    rd(0xffff8000);
+    key(0x8008);
+    const std::uint64_t allocations = platform::usage(kMemHandle).allocations;
+    EXPECT_EQ(build(), QEL_ERR_ALLOC);
+    EXPECT_FALSE(block_);
+    EXPECT_EQ(recorder_.asserts().size(), 1U);
+    EXPECT_EQ(platform::usage(kMemHandle).allocations, allocations);
+}
+
+TEST_F(NgmvpnBlock, HasItsLengthsCutTo16Bits)
+{
+    const Bytes big(0x10004, 0x77);
+    view_.pucCross = big.data();
+    view_.uiCrossLen = 0x10004;
+    ASSERT_EQ(build(), QEL_OK);
+    EXPECT_EQ(block_->usCrossLen, 4U);
+}
+
+TEST_F(NgmvpnBlock, StepWhoseCopyDoesNotFitIsReportedAndCountsAllTheSame)
+{
+    attr(5);
+    QEL_ROUTE_BLOCK_S block{};
+    std::uint32_t remain = 4;
+    std::uint16_t offset = 32;
+    EXPECT_EQ(QEL_NGMVPN_OutputAttr(&block, &remain, &view_, &offset), QEL_OK);
+    EXPECT_EQ(recorder_.asserts().size(), 1U);
+    EXPECT_EQ(block.uiValidMask, 8U);
+    EXPECT_EQ(block.usAttrLen, 5U);
+    EXPECT_EQ(remain, 0xffffffffU);
+    EXPECT_EQ(offset, 37U);
+}
+
+TEST_F(NgmvpnBlock, StepsRefuseEachMissingArgumentWithOneReport)
+{
+    rd(4);
+    key(4);
+    non_key(4);
+    attr(4);
+    cross(4);
+    for (const auto step : Ngmvpn::kSteps) {
+        for (unsigned missing = 0; missing < 4; ++missing) {
+            QEL_ROUTE_BLOCK_S block{};
+            std::uint32_t remain = 40;
+            std::uint16_t offset = 32;
+            recorder_.clear();
+            EXPECT_EQ(step(missing == 0 ? nullptr : &block, missing == 1 ? nullptr : &remain,
+                           missing == 2 ? nullptr : &view_, missing == 3 ? nullptr : &offset),
+                      QEL_ERR_NULL);
+            EXPECT_EQ(recorder_.asserts().size(), 1U) << missing;
+            EXPECT_EQ(block.uiValidMask, 0U);
+        }
+    }
+}
+
+TEST_F(NgmvpnBlock, WithoutAValueSaysThatAttribute16IsEmpty)
+{
+    const Instance instance(QEL_NGMVPN_Construct, QEL_NGMVPN_Destruct, 1);
+    dirty_the_heap(32);
+    QEL_ROUTE_BLOCK_S *made = nullptr;
+    ASSERT_EQ(QEL_NGMVPN_BuildNoneValueOutput(&made, instance.ctx), QEL_OK);
+    block_ = Block(made);
+    EXPECT_EQ(hex({block_.at(0), 32}), "0800000000100000" + std::string(48, '0'));
+    EXPECT_TRUE(recorder_.asserts().empty());
+}
+
+TEST_F(NgmvpnBlock, WithoutAValueThatCannotBeAllocatedIsReportedAndStoresNull)
+{
+    const Instance instance(QEL_NGMVPN_Construct, QEL_NGMVPN_Destruct, 1);
+    QEL_ROUTE_BLOCK_S other{};
+    QEL_ROUTE_BLOCK_S *made = &other;
+    const platform::FailAllocation failure(0);
+    EXPECT_EQ(QEL_NGMVPN_BuildNoneValueOutput(&made, instance.ctx), QEL_ERR_ALLOC);
+    EXPECT_EQ(made, nullptr);
+    EXPECT_EQ(recorder_.asserts().size(), 1U);
+}
+
+TEST_F(NgmvpnBlock, WithoutAValueNeedsItsPlaceAndAContext)
+{
+    QEL_ROUTE_BLOCK_S *made = nullptr;
+    QEL_FAMILY_CTX_S ctx{};
+    EXPECT_EQ(QEL_NGMVPN_BuildNoneValueOutput(nullptr, &ctx), QEL_ERR_NULL);
+    EXPECT_EQ(recorder_.asserts().size(), 1U);
+    EXPECT_EQ(QEL_NGMVPN_BuildNoneValueOutput(&made, nullptr), QEL_ERR_NULL);
+    EXPECT_EQ(recorder_.asserts().size(), 2U);
+}
+
 class NgmvpnOutPutRoute : public ::testing::Test {
 protected:
     NgmvpnOutPutRoute()

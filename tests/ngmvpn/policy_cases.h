@@ -7,8 +7,8 @@
 #include "ngmvpn/qel_ngmvpn_policy.h"
 
 #include <algorithm>
-#include <regex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qel::test {
@@ -25,11 +25,13 @@ protected:
 // The messages without their line prefix; one that has no such prefix shows as a whole.
 inline Log log_of(const platform::Recorder &recorder)
 {
-    static const std::regex prefix("^\\[MCAST\\]\\[Line:[0-9]+\\]:");
+    static constexpr std::string_view prefix = "[MCAST][Line:";
     Log out;
     for (const auto &record : recorder.debugs()) {
-        out.push_back(std::regex_search(record.text, prefix) ? std::regex_replace(record.text, prefix, "")
-                                                             : "no prefix: " + record.text);
+        const std::string &text = record.text;
+        const std::size_t end = text.find_first_not_of("0123456789", prefix.size());
+        const bool numbered = end != std::string::npos && end > prefix.size() && text.compare(end, 2, "]:") == 0;
+        out.push_back(text.starts_with(prefix) && numbered ? text.substr(end + 2) : "no prefix: " + text);
     }
     return out;
 }

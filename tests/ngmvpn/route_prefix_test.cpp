@@ -2,7 +2,9 @@
 // writers, the rows that lead to the handlers.
 #include "intercomp_cases.h"
 
+#include "ngmvpn/qel_ngmvpn_cross.h"
 #include "ngmvpn/qel_ngmvpn_nlri.h"
+#include "ngmvpn/qel_ngmvpn_segment_parsemsg.h"
 
 #include <array>
 #include <functional>
@@ -153,6 +155,21 @@ TEST_F(RoutePrefix, EveryComponentFilesTheRdByTheFormAndNotByTheRoute)
     }
 }
 
+TEST_F(RoutePrefix, EachRouteTypeHasItsReader)
+{
+    const std::pair<NlriCase, std::uint32_t> rows[] = {
+        {ipmsi_routes()[0], 1},      {ipmsi_routes()[6], 2},      {spmsi_routes()[4], 3},
+        {ipmsi_leaf_routes()[0], 4}, {spmsi_leaf_routes()[0], 5}, {source_active_routes()[3], 6},
+        {cmcast_routes()[3], 7},     {cmcast_routes()[6], 8},
+    };
+    for (const auto &[route, key_type] : rows) {
+        SCOPED_TRACE(route.name);
+        ASSERT_EQ(route.key.uiKeyType, key_type);
+        const NgmvpnInstance instance(route.side);
+        expect_route(read_message(QEL_NGMVPN_MvpnParseFromMvrfRtPrefixTlv, route.octets(), instance.ctx), route, 2);
+    }
+}
+
 TEST_F(RoutePrefix, WhatStandsBehindTheRouteIsNotLookedAt)
 {
     for (const Form &form : forms()) {
@@ -224,6 +241,53 @@ TEST_F(RoutePrefix, OldHaMessagesOfTypeEightFileTheRdOfEveryRouteTypeByTheCompon
     }
 }
 
+// Both older forms, the bare one and the one in TLV 11.
+void expect_old_route(const NlriCase &route, QEL_FAMILY_CTX_S *ctx, std::uint8_t kind)
+{
+    SCOPED_TRACE(route.name);
+    expect_route(read_message(QEL_NGMVPN_ParseRtPrefixTlv, route.octets(), ctx), route, kind);
+    expect_route(read_message(QEL_NGMVPN_ParseHARtPrefixTlv, route.octets(), ctx), route, kind);
+    expect_route(read_message(QEL_NGMVPN_ParseHARtPrefixTlv, in_tlv(route.octets()), ctx), route, kind);
+}
+
+TEST_F(RoutePrefix, OldHaMessagesFileTheRdOfTypesOneToThreeByTheComponent)
+{
+    for (const auto &[side, kind] : {std::pair{kMvpn4, 2}, {kMvpn6, 2}, {kMvrf4, 1}, {kMvrf6, 1}, {kPlain, 1}}) {
+        const NgmvpnInstance instance(side);
+        for (const NlriCase &route : {ipmsi_routes()[0], ipmsi_routes()[6], spmsi_routes()[0]}) {
+            expect_old_route(route, instance.ctx, static_cast<std::uint8_t>(kind));
+        }
+    }
+}
+
+TEST_F(RoutePrefix, OldHaMessagesFileTheRdOfTypesFourToSevenInTheKeyOnEveryComponent)
+{
+    for (const Side &side : {kMvpn4, kMvrf4, kPlain}) {
+        const NgmvpnInstance instance(side);
+        for (const NlriCase &route :
+             {ipmsi_leaf_routes()[0], source_active_routes()[3], cmcast_routes()[3], cmcast_routes()[6]}) {
+            expect_old_route(route, instance.ctx, 2);
+        }
+    }
+}
+
+// kept: all seven route types, the leaf included
+TEST_F(RoutePrefix, OldHaMessagesOfTypeEightKeepKindOneForAllSevenRouteTypesOnMvrf)
+{
+    const NgmvpnInstance mvrf(kMvrf4);
+    const NgmvpnInstance mvpn(kMvpn4);
+    for (const NlriCase &route : {ipmsi_routes()[0], ipmsi_routes()[6], spmsi_routes()[0], ipmsi_leaf_routes()[0],
+                                  source_active_routes()[3], cmcast_routes()[3], cmcast_routes()[6]}) {
+        SCOPED_TRACE(route.name);
+        for (const MessageParser parser :
+             {&QEL_NGMVPN_ParseRtPrefixTlvGlbalISSU, &QEL_NGMVPN_ParseHARtPrefixTlvGlbal}) {
+            expect_route(read_message(parser, route.octets(), mvrf.ctx), route, 1);
+            expect_route(read_message(parser, route.octets(), mvpn.ctx), route, 2);
+        }
+        expect_route(read_message(QEL_NGMVPN_ParseHARtPrefixTlvGlbal, in_tlv(route.octets()), mvrf.ctx), route, 1);
+    }
+}
+
 // --- refusals -------------------------------------------------------------------------------------------------------
 
 struct RefusedRow {
@@ -265,6 +329,54 @@ std::vector<RefusedRow> refused_rows()
         {"source 0.0.0.0", "05 12" + kRd0 + "20 00000000" + kG4, kRefused},
         {"leaf of no known route", "04 12 02 0c" + kRd0 + kO4 + kL4, kRefused},
     };
+}
+
+// The three readers of a bare route: of today's messages and of both older HA forms.
+MessageGot read_bare(unsigned reader, std::string_view route, QEL_FAMILY_CTX_S *ctx)
+{
+    const MessageParser parsers[] = {QEL_NGMVPN_MvpnParseFromMvrfRtPrefixTlv, QEL_NGMVPN_ParseRtPrefixTlv,
+                                     QEL_NGMVPN_ParseRtPrefixTlvGlbalISSU};
+    return read_message(parsers[reader], bytes(route), ctx);
+}
+
+TEST_F(RoutePrefix, AnNlriLongerThanItsMessageGivesTwo)
+{
+    for (unsigned reader = 0; reader < 3; ++reader) {
+        expect_no_result(read_bare(reader, "01 0c 0000 0064 00000001 c0a80a", ctx_), kShort, 0);
+        expect_no_result(read_bare(reader, "01 0c", ctx_), kShort, 0);
+        expect_no_result(read_bare(reader, "01", ctx_), kShort, 0);
+        expect_no_result(read_bare(reader, "", ctx_), kShort, 0);
+        expect_route(read_bare(reader, "01 0c" + kRd0 + kO4, ctx_), kIntra, reader == 0 ? 2 : 1);
+    }
+}
+
+TEST_F(RoutePrefix, NlriLengthsNineAndSeventySevenAreMalformed)
+{
+    for (unsigned reader = 0; reader < 3; ++reader) {
+        for (const std::string type : {"05", "08"}) { // ahead of the route type
+            expect_no_result(read_bare(reader, type + "09" + std::string(18, '0'), ctx_), kMalformed, 0);
+            expect_no_result(read_bare(reader, type + "4d" + std::string(154, '0'), ctx_), kMalformed, 0);
+        }
+    }
+}
+
+TEST_F(RoutePrefix, AnNlriBeyondItsMessageIsToldAheadOfALengthOutOfRange)
+{
+    for (unsigned reader = 0; reader < 3; ++reader) {
+        expect_no_result(read_bare(reader, "01 09 0000 0064", ctx_), kShort, 0);
+        expect_no_result(read_bare(reader, "01 4d 0000 0064", ctx_), kShort, 0);
+    }
+}
+
+TEST_F(RoutePrefix, RouteTypesOutsideOneToSevenAreRefusedBehindTheLengths)
+{
+    for (unsigned reader = 0; reader < 3; ++reader) {
+        for (const std::string type : {"00", "08", "ff"}) {
+            expect_no_result(read_bare(reader, type + "0c 0000 0064 00000001 c0a80a0b", ctx_), kBadValue, 0);
+            expect_no_result(read_bare(reader, type + "0c 0000 0064 00000001 c0a80a", ctx_), kShort, 0);
+            expect_no_result(read_bare(reader, type + "09 0000 0064 00000001 c0", ctx_), kMalformed, 0);
+        }
+    }
 }
 
 TEST_F(RoutePrefix, IsRefusedAlikeInEveryForm)
@@ -350,16 +462,40 @@ TEST_F(RoutePrefix, ReadersReportOneMissingArgument)
     });
 }
 
+// Ahead of a TLV that would be refused with another code.
+TEST_F(RoutePrefix, FromMcArgumentsAreLookedAtAheadOfTheTlv)
+{
+    const Message message(tlv(12, kIntra.octets()));
+    expect_null_arguments_refused(3, [&](unsigned nulls) {
+        QEL_ROUTE_BLOCK_S *result = nullptr;
+        return QEL_NGMVPN_MvrfParseFromMcRtPrefixTlv(null_if(nulls, 0, message.data()), message.size(),
+                                                     null_if(nulls, 1, &result), null_if(nulls, 2, ctx_));
+    });
+}
+
+TEST_F(RoutePrefix, HaArgumentsAreLookedAtAheadOfTheMessage)
+{
+    const Message message(tlv(12, kIntra.octets()));
+    for (const MessageParser parser : {&QEL_NGMVPN_ParseHARtPrefixTlv, &QEL_NGMVPN_ParseHARtPrefixTlvGlbal}) {
+        expect_null_arguments_refused(3, [&](unsigned nulls) {
+            QEL_ROUTE_BLOCK_S *result = nullptr;
+            return parser(null_if(nulls, 0, message.data()), message.size(), null_if(nulls, 1, &result),
+                          null_if(nulls, 2, ctx_));
+        });
+    }
+}
+
 TEST_F(RoutePrefix, AnEmptyTlvMessageIsReported)
 {
     for (const MessageParser parser : {&QEL_NGMVPN_MvrfParseFromMcRtPrefixTlv, &QEL_NGMVPN_ParseHARtPrefixTlv,
                                        &QEL_NGMVPN_ParseHARtPrefixTlvGlbal}) {
-        // what stands behind it would do
-        const Bytes behind = in_tlv(kIntra.octets()) + slack(18, 110);
-        const MessageGot got = read_message(Message({}, behind), [&](auto data, auto length, auto result) {
-            return parser(data, length, result, ctx_);
-        });
-        expect_no_result(got, kNull, 1);
+        for (const Bytes &route : {in_tlv(kIntra.octets()), kIntra.octets()}) { // what stands behind it would do
+            const Bytes behind = route + slack(0, QEL_MSG_READ_SLACK - route.size());
+            const MessageGot got = read_message(Message({}, behind), [&](auto data, auto length, auto result) {
+                return parser(data, length, result, ctx_);
+            });
+            expect_no_result(got, kNull, 1);
+        }
     }
 }
 
@@ -386,6 +522,84 @@ TEST_F(RoutePrefix, EveryMessageKindFilesTheRdInItsWay)
                 expect_block(got.block, with_kind(route.key, rd_kind), route.nonkey());
             }
         }
+    }
+}
+
+struct Filed {
+    unsigned kind;
+    std::size_t asserts;
+};
+
+Filed filed(std::uint32_t route_type, std::uint32_t message_kind, std::uint8_t given)
+{
+    const platform::Recorder recorder;
+    std::uint8_t kind = 0x5a;
+    QEL_NGMVPN_ParseMsgTypeSwitchRdType(route_type, &kind, message_kind, given);
+    return {kind, recorder.asserts().size()};
+}
+
+void expect_filed(std::uint32_t message_kind, const std::function<unsigned(std::uint32_t)> &kind_of_type,
+                  std::size_t asserts = 0)
+{
+    for (std::uint32_t type = 1; type <= 7; ++type) {
+        for (const std::uint8_t given : std::initializer_list<std::uint8_t>{0, 1, 2, 0x77}) {
+            SCOPED_TRACE(std::to_string(message_kind) + ", " + std::to_string(type));
+            const Filed got = filed(type, message_kind, given);
+            EXPECT_EQ(got.kind, kind_of_type(type));
+            EXPECT_EQ(got.asserts, asserts);
+        }
+    }
+}
+
+TEST_F(RoutePrefix, MessageKindOneFilesTheRdInTheKey)
+{
+    expect_filed(kFromMvrf, [](std::uint32_t) { return 2; });
+}
+
+TEST_F(RoutePrefix, MessageKindTwoOfAPacketFilesTheRdInTheKey)
+{
+    expect_filed(kFromPacket, [](std::uint32_t) { return 2; });
+}
+
+// kept: nothing here sends kind 12
+TEST_F(RoutePrefix, MessageKindTwelveThatNobodySendsFilesTheRdInTheKey)
+{
+    expect_filed(kFromNobody, [](std::uint32_t) { return 2; });
+}
+
+TEST_F(RoutePrefix, MessageKindFiveFilesTheRdOfTypesFourToSevenInTheKeyAndOfOthersInTheSection)
+{
+    expect_filed(kFromMc, [](std::uint32_t type) { return type >= 4 ? 2 : 1; });
+}
+
+TEST_F(RoutePrefix, MessageKindSixFilesTheRdInTheSection)
+{
+    expect_filed(kFromMvpn, [](std::uint32_t) { return 1; });
+}
+
+TEST_F(RoutePrefix, MessageKindElevenFilesTheRdAsItIsTold)
+{
+    for (unsigned given = 0; given < 256; ++given) {
+        const Filed got = filed(3, kFromHa, static_cast<std::uint8_t>(given));
+        EXPECT_EQ(got.kind, given);
+        EXPECT_EQ(got.asserts, 0U);
+    }
+}
+
+TEST_F(RoutePrefix, AnyOtherMessageKindIsReportedAndFilesTheRdInTheSection)
+{
+    for (const std::uint32_t kind : {0U, 3U, 4U, 7U, 8U, 9U, 10U, 13U, 257U, 0xffffffffU}) {
+        expect_filed(
+            kind, [](std::uint32_t) { return 1; }, 1);
+    }
+}
+
+// kept: the name reads opposite to what it gives
+TEST_F(RoutePrefix, RdCheckIsKeyGivesZeroWhereTheRdIsInTheKey)
+{
+    for (std::uint32_t type = 0; type < 300; ++type) {
+        const bool in_key = (type & ~2U) == 4 || (type & ~2U) == 5;
+        EXPECT_EQ(QEL_NGMVPN_RDCheckIsKey(type) == 0, in_key) << type;
     }
 }
 
@@ -528,6 +742,82 @@ TEST_F(RoutePrefix, HaMessagesOfOtherTlvsAreReported)
                 const MessageGot got = read_message(parser, tlv(type, kIntra.octets()), ctx_);
                 expect_no_result(got, kMalformed, 1);
             }
+        }
+    }
+}
+
+TEST_F(RoutePrefix, AHaTlvLongerThanItsMessageIsReported)
+{
+    for (const MessageParser parser : kHaParsers) {
+        for (const std::uint32_t type : {11U, 21U, 12U}) { // ahead of the type
+            const Bytes message = tlv(type, kIntra.octets(), 15);
+            expect_no_result(read_message(parser, message, ctx_), kNull, 1);
+        }
+        expect_route(read_message(parser, tlv(11, kIntra.octets(), 14), ctx_), kIntra, 1);
+    }
+}
+
+TEST_F(RoutePrefix, AHaMessageTooShortForAHeaderIsReported)
+{
+    for (const MessageParser parser : kHaParsers) {
+        for (const std::size_t length : {1U, 2U, 3U}) {
+            const Bytes whole = in_tlv(kIntra.octets());
+            const Bytes rest = slice(whole, length, whole.size() - length);
+            const Message message(slice(whole, 0, length), rest + slack(0, QEL_MSG_READ_SLACK - rest.size()));
+            const MessageGot got = read_message(
+                message, [&](auto data, auto told, auto result) { return parser(data, told, result, ctx_); });
+            expect_no_result(got, kNull, 1);
+        }
+    }
+}
+
+TEST_F(RoutePrefix, AnOldHaTlvIsReadByItsOwnLength)
+{
+    for (const MessageParser parser : kHaParsers) {
+        expect_no_result(read_message(parser, tlv(11, kIntra.octets(), 13), ctx_), kShort, 0);
+        expect_route(read_message(parser, in_tlv(kIntra.octets()) + Bytes(9, 0xff), ctx_), kIntra, 1);
+    }
+}
+
+// kept: four octets whatever the header of the kind TLV says
+TEST_F(RoutePrefix, TheKindTlvTakesFourOctetsWhateverItsLengthSays)
+{
+    for (const MessageParser parser : kHaParsers) {
+        for (const std::uint32_t told : {0U, 1U, 3U, 5U, 8U, 22U}) {
+            const Bytes message = wire16(21) + wire16(told) + bytes("01000000") + in_tlv(kIntra.octets());
+            expect_route(read_message(parser, message, ctx_), kIntra, 1);
+        }
+    }
+}
+
+TEST_F(RoutePrefix, ASecondHaTlvLongerThanItsMessageIsReportedAheadOfItsType)
+{
+    for (const MessageParser parser : kHaParsers) {
+        for (const std::uint32_t type : {11U, 12U}) {
+            const Bytes message = bytes("0015 0004 01000000") + tlv(type, kIntra.octets(), 15);
+            expect_no_result(read_message(parser, message, ctx_), kNull, 1);
+        }
+    }
+}
+
+TEST_F(RoutePrefix, ASecondHaTlvOfAnotherTypeIsReported)
+{
+    for (const MessageParser parser : kHaParsers) {
+        for (const std::uint32_t type : {0U, 10U, 12U, 21U, 0x0b00U}) {
+            const Bytes message = bytes("0015 0004 01000000") + tlv(type, kIntra.octets());
+            expect_no_result(read_message(parser, message, ctx_), kMalformed, 1);
+        }
+    }
+}
+
+// The kind of TLV 21 counts for every route type, where the older forms go by the type.
+TEST_F(RoutePrefix, AHaMessageOfAKindFilesTheRdOfEveryRouteTypeByIt)
+{
+    const NgmvpnInstance mvrf(kMvrf4);
+    for (const NlriCase &route : {ipmsi_routes()[0], ipmsi_leaf_routes()[0], cmcast_routes()[6]}) {
+        for (const MessageParser parser : kHaParsers) {
+            expect_route(read_message(parser, ha_new(1, route.octets()), mvrf.ctx), route, 1);
+            expect_route(read_message(parser, ha_new(2, route.octets()), mvrf.ctx), route, 2);
         }
     }
 }
@@ -692,6 +982,71 @@ TEST_F(RoutePrefix, EveryRouteIsWrittenInEveryForm)
     }
 }
 
+TEST_F(RoutePrefix, EachKeyTypeHasItsWriter)
+{
+    for (const NlriCase &route : one_of_each()) {
+        SCOPED_TRACE(route.name);
+        const PrefixRoute held(route.key, rd0(7, 9));
+        expect_written(write_message(QEL_NGMVPN_MvrfFormatToMvpnRtPrefixTlv, held.info, 100, ctx_), route.formatted());
+    }
+}
+
+TEST_F(RoutePrefix, ForMcTheRouteGoesOutInTlvEleven)
+{
+    const PrefixRoute route(kIntra.key, kIntra.key.stRd);
+    const Written got = write_message(QEL_NGMVPN_MvrfFormatToMcRtPrefixTlv, route.info, 40, ctx_);
+    expect_written(got, bytes("000b 000e") + kIntra.octets());
+}
+
+TEST_F(RoutePrefix, ForMcFewerThanFourOctetsAreNoRoom)
+{
+    const PrefixRoute route(kIntra.key, kIntra.key.stRd);
+    for (std::size_t room = 0; room < 4; ++room) {
+        const Written got = write_message(QEL_NGMVPN_MvrfFormatToMcRtPrefixTlv, route.info, room, ctx_);
+        expect_not_written(got, kNoRoom);
+    }
+}
+
+TEST_F(RoutePrefix, ForMcFourOctetsAreRoomForTheHeaderAndTheRouteIsLookedAt)
+{
+    QEL_NGMVPN_KEY_S key = kIntra.key;
+    key.uiKeyType = 9;
+    const PrefixRoute faulty(key, key.stRd);
+    expect_not_moved(write_message(QEL_NGMVPN_MvrfFormatToMcRtPrefixTlv, faulty.info, 4, ctx_), kBadValue);
+    const PrefixRoute route(kIntra.key, kIntra.key.stRd);
+    expect_not_moved(write_message(QEL_NGMVPN_MvrfFormatToMcRtPrefixTlv, route.info, 4, ctx_), kNoRoom);
+}
+
+TEST_F(RoutePrefix, TheHaWriterPutsTheKindAndThreeZerosAheadOfTheRoute)
+{
+    const PrefixRoute route(with_kind(kIntra.key, 0x21), kIntra.key.stRd);
+    const Written got = write_message(QEL_NGMVPN_MvpnORMvrfFormatToHaRtPrefixTlv, route.info, 40, ctx_);
+    expect_written(got, bytes("0015 0004 21 000000 000b 000e") + kIntra.octets());
+}
+
+TEST_F(RoutePrefix, TheHaWriterNeedsTwelveOctetsForItsHeaders)
+{
+    const PrefixRoute route(kIntra.key, kIntra.key.stRd);
+    for (std::size_t room = 0; room < 12; ++room) {
+        const Written got = write_message(QEL_NGMVPN_MvpnORMvrfFormatToHaRtPrefixTlv, route.info, room, ctx_);
+        expect_not_written(got, kNoRoom);
+    }
+    QEL_NGMVPN_KEY_S key = kIntra.key; // with room for them the route is looked at
+    key.uiKeyType = 9;
+    const PrefixRoute faulty(key, key.stRd);
+    expect_not_moved(write_message(QEL_NGMVPN_MvpnORMvrfFormatToHaRtPrefixTlv, faulty.info, 12, ctx_), kBadValue);
+}
+
+TEST_F(RoutePrefix, TheRoomBehindTheHaHeadersIsWhatTheRouteHas)
+{
+    const PrefixRoute route(kIntra.key, kIntra.key.stRd);
+    const auto write = [&](std::size_t room) {
+        return write_message(QEL_NGMVPN_MvpnORMvrfFormatToHaRtPrefixTlv, route.info, room, ctx_);
+    };
+    expect_not_moved(write(12 + 25), kNoRoom);
+    expect_written(write(12 + 26), ha_new(2, kIntra.octets()));
+}
+
 TEST_F(RoutePrefix, TheRoomMustDoForTheLargestFormOfTheRoute)
 {
     for (const WriteForm &form : write_forms()) {
@@ -838,6 +1193,28 @@ TEST_F(RoutePrefix, WritersReportOneMissingArgument)
     });
 }
 
+TEST_F(RoutePrefix, ForMcArgumentsAreLookedAtAheadOfTheRoom)
+{
+    const PrefixRoute route(kIntra.key, kIntra.key.stRd);
+    expect_null_arguments_refused(3, [&](unsigned nulls) {
+        std::uint8_t *cursor = nullptr;
+        return QEL_NGMVPN_MvrfFormatToMcRtPrefixTlv(null_if(nulls, 0, &route.info), null_if(nulls, 1, &cursor), 0,
+                                                    null_if(nulls, 2, ctx_));
+    });
+}
+
+TEST_F(RoutePrefix, ArgumentsOfAWriterAreLookedAtAheadOfTheKeyType)
+{
+    QEL_NGMVPN_KEY_S key = kIntra.key;
+    key.uiKeyType = 9;
+    const PrefixRoute route(key, key.stRd);
+    expect_null_arguments_refused(3, [&](unsigned nulls) {
+        std::uint8_t *cursor = nullptr;
+        return QEL_NGMVPN_FormatRtPrefixTlvNew(null_if(nulls, 0, &route.info), null_if(nulls, 1, &cursor), 100,
+                                               null_if(nulls, 2, ctx_), 8);
+    });
+}
+
 TEST_F(RoutePrefix, WritersAllocateNothing)
 {
     const PrefixRoute route(kIntra.key, kIntra.key.stRd);
@@ -913,33 +1290,105 @@ TEST(RoutePrefixRows, HaMessageTypesLeadToTheirHandlers)
     }
 }
 
-template <std::size_t N> std::vector<std::uint32_t> types_of(const QEL_DISPATCH_ENTRY_S (&table)[N])
+struct ParseRow {
+    std::uint32_t type;
+    MessageParser parser;
+};
+struct FormatRow {
+    std::uint32_t type;
+    MessageFormatter formatter;
+};
+
+TEST(RoutePrefixRows, EverythingThatComponentsSendHasItsRowInOrder)
 {
-    std::vector<std::uint32_t> out;
-    for (const QEL_DISPATCH_ENTRY_S &row : table) {
-        out.push_back(row.uiType);
+    const ParseRow rows[] = {
+        {53, QEL_NGMVPN_MvpnParseFromMvrfRtPrefixTlv},
+        {55, QEL_NGMVPN_MvpnParseFromMvrfRtPrefixTlv},
+        {59, QEL_NGMVPN_MvrfParseFromMvpnRtPrefixTlv},
+        {61, QEL_NGMVPN_MvrfParseFromMvpnRtPrefixTlv},
+        {15, QEL_NGMVPN_MvrfParseFromMcRtPrefixTlv},
+        {16, QEL_NGMVPN_ParseMcRoutePathTlv},
+        {56, QEL_NGMVPN_ParseIrtTlv},
+        {57, QEL_NGMVPN_ParseIrtTlv},
+        {18, QEL_NGMVPN_ParseIrtTlv},
+        {20, QEL_NGMVPN_ParseIrtTlv},
+        {19, QEL_NGMVPN_ParseIrtTlv},
+        {21, QEL_NGMVPN_ParseIrtTlv},
+        {157, QEL_NGMVPN_ParseVrfIrtTlv},
+        {158, QEL_NGMVPN_ParseVrfIrtTlv},
+        {137, QEL_NGMVPN_ParseMcImportRouteKeyTlv},
+        {138, QEL_NGMVPN_ParseMcImportRouteNoKeyTlv},
+    };
+    ASSERT_EQ(std::size(g_astQelNgmvpnMsgParseTbl), std::size(rows));
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        SCOPED_TRACE(rows[i].type);
+        EXPECT_EQ(g_astQelNgmvpnMsgParseTbl[i].uiType, rows[i].type);
+        EXPECT_EQ(g_astQelNgmvpnMsgParseTbl[i].pfParseMsg, rows[i].parser);
     }
-    return out;
 }
 
-// Types of other messages may stand behind and between; among themselves these keep their order.
-void expect_in_order(const std::vector<std::uint32_t> &types, std::initializer_list<std::uint32_t> wanted)
+TEST(RoutePrefixRows, EverythingThatIsSentToComponentsHasItsRowInOrder)
 {
-    std::vector<std::uint32_t> found;
-    for (const std::uint32_t type : types) {
-        if (std::find(wanted.begin(), wanted.end(), type) != wanted.end()) {
-            found.push_back(type);
-        }
+    const FormatRow rows[] = {
+        {53, QEL_NGMVPN_MvrfFormatToMvpnRtPrefixTlv},
+        {55, QEL_NGMVPN_MvrfFormatToMvpnRtPrefixTlv},
+        {59, QEL_NGMVPN_MvpnFormatToMvrfRtPrefixTlv},
+        {61, QEL_NGMVPN_MvpnFormatToMvrfRtPrefixTlv},
+        {5, QEL_NGMVPN_MvrfFormatToMcRtPrefixTlv},
+        {6, QEL_NGMVPN_FormatRoutePathTlv},
+        {56, QEL_NGMVPN_FormatIrtTlv},
+        {57, QEL_NGMVPN_FormatIrtTlv},
+        {137, QEL_NGMVPN_FormatMcImportRouteKeyTlv},
+        {138, QEL_NGMVPN_FormatMcImportRouteNoKeyTlv},
+    };
+    ASSERT_EQ(std::size(g_astQelNgmvpnMsgFormatTbl), std::size(rows));
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        SCOPED_TRACE(rows[i].type);
+        EXPECT_EQ(g_astQelNgmvpnMsgFormatTbl[i].uiType, rows[i].type);
+        EXPECT_EQ(g_astQelNgmvpnMsgFormatTbl[i].pfFormatMsg, rows[i].formatter);
     }
-    EXPECT_EQ(found, std::vector<std::uint32_t>(wanted));
 }
 
-TEST(RoutePrefixRows, StandInTheirOrder)
+TEST(RoutePrefixRows, EveryHaMessageHasItsRowInOrder)
 {
-    expect_in_order(types_of(g_astQelNgmvpnMsgParseTbl), {53, 55, 59, 61, 15, 16, 56, 57, 18, 20, 19, 21, 157, 158});
-    expect_in_order(types_of(g_astQelNgmvpnMsgFormatTbl), {53, 55, 59, 61, 5, 6, 56, 57});
-    expect_in_order(types_of(g_astQelNgmvpnHaMsgParseTbl), {1, 3, 5, 8, 6, 7, 10, 11});
-    expect_in_order(types_of(g_astQelNgmvpnHaMsgFormatTbl), {1, 3, 5, 8, 6, 7, 10, 11});
+    const ParseRow in[] = {
+        {1, QEL_NGMVPN_ParseHARtPrefixTlv},      {3, QEL_NGMVPN_ParseHARtPrefixTlv}, {5, QEL_NGMVPN_ParseHARtPrefixTlv},
+        {8, QEL_NGMVPN_ParseHARtPrefixTlvGlbal}, {6, QEL_NGMVPN_ParseIrtTlv},        {7, QEL_NGMVPN_ParseIrtTlv},
+        {10, QEL_NGMVPN_ParseVrfIrtTlv},         {11, QEL_NGMVPN_ParseVrfIrtTlv},
+    };
+    const FormatRow out[] = {
+        {1, QEL_NGMVPN_MvpnORMvrfFormatToHaRtPrefixTlv},
+        {3, QEL_NGMVPN_MvpnORMvrfFormatToHaRtPrefixTlv},
+        {5, QEL_NGMVPN_MvpnORMvrfFormatToHaRtPrefixTlv},
+        {8, QEL_NGMVPN_MvpnORMvrfFormatToHaRtPrefixTlv},
+        {6, QEL_NGMVPN_FormatIrtTlv},
+        {7, QEL_NGMVPN_FormatIrtTlv},
+        {10, QEL_NGMVPN_FormatIrtTlv},
+        {11, QEL_NGMVPN_FormatIrtTlv},
+    };
+    ASSERT_EQ(std::size(g_astQelNgmvpnHaMsgParseTbl), std::size(in));
+    ASSERT_EQ(std::size(g_astQelNgmvpnHaMsgFormatTbl), std::size(out));
+    for (std::size_t i = 0; i < std::size(in); ++i) {
+        SCOPED_TRACE(in[i].type);
+        EXPECT_EQ(g_astQelNgmvpnHaMsgParseTbl[i].uiType, in[i].type);
+        EXPECT_EQ(g_astQelNgmvpnHaMsgParseTbl[i].pfParseMsg, in[i].parser);
+        EXPECT_EQ(g_astQelNgmvpnHaMsgFormatTbl[i].uiType, out[i].type);
+        EXPECT_EQ(g_astQelNgmvpnHaMsgFormatTbl[i].pfFormatMsg, out[i].formatter);
+    }
+}
+
+TEST(RoutePrefixRows, ATypeWithoutARowHasNoHandler)
+{
+    for (const std::uint32_t type : {0U, 5U, 6U, 17U, 54U, 139U, 0x10000U + 53}) {
+        EXPECT_EQ(QEL_NGMVPN_GetBgpiMsgParseEntry(type), nullptr) << type;
+    }
+    for (const std::uint32_t type : {0U, 15U, 16U, 18U, 54U, 157U, 0x10000U + 53}) {
+        EXPECT_EQ(QEL_NGMVPN_GetBgpiMsgFormatEntry(type), nullptr) << type;
+    }
+    for (const std::uint32_t type : {0U, 2U, 4U, 9U, 12U, 0x10000U + 1}) {
+        EXPECT_EQ(QEL_NGMVPN_GetHaiMsgParseEntry(type), nullptr) << type;
+        EXPECT_EQ(QEL_NGMVPN_GetHaiMsgFormatEntry(type), nullptr) << type;
+    }
 }
 
 } // namespace

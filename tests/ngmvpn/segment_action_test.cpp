@@ -279,6 +279,76 @@ TEST_F(SegmentAction, EveryAllocationFailsOnceAndNothingIsLeftBehind)
     fail(1, kNoMemory, refused);
 }
 
+TEST_F(SegmentAction, TheRecordIsLabelled2And243)
+{
+    const Answer got = act(segmented(), ctx_);
+    ASSERT_TRUE(got.block);
+    EXPECT_EQ(got.block->ucAttrFlag, 2);
+    EXPECT_EQ(got.block->ucAttrType, 243);
+}
+
+TEST_F(SegmentAction, TheLogLinesStandWordForWord)
+{
+    Sections sections = segmented();
+    EXPECT_EQ(act(sections, ctx_).log,
+              (Log{"QEL_NGMVPN_GetSnhExtCom Success", "ApplyAttrRplInfo Success, uiRetCode is 0"}));
+    sections.policy_id = 0xffffffff;
+    EXPECT_EQ(act(sections, ctx_).log,
+              (Log{"QEL_NGMVPN_GetSnhExtCom Success", "ApplyAttrRplInfo Success, PolicyId is 0xffffffff."}));
+    sections.list = host_list(kTarget);
+    EXPECT_EQ(act(sections, ctx_).log, Log{"ApplyAttrRplInfo Success, GetSnhExtCom is NULL"});
+    sections.list.reset();
+    EXPECT_EQ(act(sections, ctx_).log, Log{"ApplyAttrRplInfo Success, PMSITNL or EXTCOMMUNITY is NULL"});
+}
+
+TEST_F(SegmentAction, ThePolicyIsAskedBeforeTheTunnelsLength)
+{
+    Sections sections = segmented();
+    sections.pmsi = Bytes{};
+    EXPECT_EQ(act(sections, ctx_).code, 1U);
+    sections.policy_id = 0xffffffff;
+    EXPECT_EQ(act(sections, ctx_).code, 0U);
+}
+
+TEST_F(SegmentAction, TheScratchOfAShortRecordIsLentByTheContextAndGivenBack)
+{
+    const LeakCheck leaks;
+    EXPECT_EQ(act(segmented(), ctx_).allocations, 1U);
+    EXPECT_EQ(ctx_->uiInlineBufUsed, 0U);
+}
+
+TEST_F(SegmentAction, AFailedAllocationIsReportedAndRefused)
+{
+    const LentBuffer lent(ctx_);
+    const platform::FailAllocation failure(0);
+    const Answer got = act(segmented(), ctx_);
+    EXPECT_TRUE(failure.fired());
+    expect_untouched(got, kOutOfMemory, 1);
+}
+
+TEST_F(SegmentAction, TheBlocksCodeIsReturned)
+{
+    const platform::FailAllocation failure(0);
+    EXPECT_EQ(act(segmented(), ctx_).code, kNoMemory);
+}
+
+TEST_F(SegmentAction, NoOtherActionIsTaken)
+{
+    const HostRoute route(segmented());
+    for (const std::uint32_t action : {0U, 6U, 60U, 62U, 0x13dU}) {
+        const platform::Recorder recorder;
+        QEL_ROUTE_BLOCK_S *result = nullptr;
+        EXPECT_EQ(QEL_NGMVPN_ApplyAttrRplInfo(&route.info, action, kValue.data(), 24, &result, ctx_), kNull);
+        EXPECT_EQ(recorder.asserts().size(), 1U);
+    }
+}
+
+TEST_F(SegmentAction, AValueOfNoLengthIsReportedAndRefused)
+{
+    const HostRoute route(segmented());
+    expect_untouched(act(route.info, kValue, 0, ctx_), kNull, 1);
+}
+
 TEST_F(SegmentAction, NullArgumentsAndAnotherActionAreRefusedWithOneReport)
 {
     const HostRoute route(segmented());
@@ -452,6 +522,17 @@ TEST_F(RelayNextHop, TheReplacedCommunityOfTheRecordIsNotLookedAt)
 {
     const HostRoute route({.list = host_list(kSnhArrived), .record = replaced_record().octets()});
     EXPECT_EQ(relay(route.info).next_hop, 0xc0a80a0bU);
+}
+
+// kept: "NetHop"; operators search their logs for the words as they are
+TEST_F(RelayNextHop, TheLogLinesStandWordForWord)
+{
+    EXPECT_EQ(relay(empty_key(1, rd_a()), host_list(kSnhArrived)).log.back(),
+              "QEL_NGMVPN_SetRelayNextHop Success, NetHop: 0xc0a80a0b");
+    EXPECT_EQ(relay(empty_key(1, rd_a()), std::nullopt).log,
+              Log{"QEL_NGMVPN_SetRelayNextHop Success, EXTCOMMUNITY is NULL"});
+    EXPECT_EQ(relay(empty_key(7, rd_a()), host_list(kSnhArrived)).log,
+              Log{"QEL_NGMVPN_SetRelayNextHop Success, type(7)"});
 }
 
 TEST_F(RelayNextHop, NullArgumentsAreRefusedWithOneReport)

@@ -161,6 +161,36 @@ TEST_F(SegmentPolicy, TheCheckSaysWhetherADecisionHasToBeMade)
     });
 }
 
+TEST_F(SegmentPolicy, IntraAndSPmsiRoutesAreDecided)
+{
+    for (const std::uint32_t type : {1U, 3U}) {
+        const HostRoute old_route({.record = replaced_record().octets()});
+        const HostRoute new_route({.key = empty_key(type, rd_a()), .record = arrived_record().octets()});
+        EXPECT_TRUE(decide(old_route.info, new_route.info, 0, ctx_).block);
+    }
+}
+
+TEST_F(SegmentPolicy, TheTypeIsAskedBeforeTheControlFlagsAndTheseBeforeTheRecord)
+{
+    const HostRoute old_route({.record = replaced_record().octets()});
+    const HostRoute leaf({.key = empty_key(4, rd_a())});
+    EXPECT_EQ(decide(old_route.info, leaf.info, 0x800, ctx_).log.back(),
+              "SetAttrAfterPlcy Success + NEED_PROC(N) + output(NULL), for type 4");
+    const HostRoute intra({});
+    const Answer got = decide(old_route.info, intra.info, 0x800, ctx_);
+    EXPECT_EQ(got.log.back(), kLocal);
+    EXPECT_EQ(got.asserts, 0U) << "the missing record is not come to";
+}
+
+TEST_F(SegmentPolicy, TheCheckRefusesNullArgumentsWithOneReport)
+{
+    const HostRoute with({.record = arrived_record().octets()});
+    expect_null_arguments_refused(2, [&](unsigned nulls) {
+        return QEL_NGMVPN_CheckNeedReplaceSnh(unless((nulls & 1) != 0, &with.info),
+                                              unless((nulls & 2) != 0, &with.info), 0, ctx_);
+    });
+}
+
 TEST_F(SegmentPolicy, ANewRouteWithoutKeyGetsNoBlock)
 {
     const HostRoute old_route({.record = replaced_record().octets()});
@@ -247,6 +277,70 @@ TEST_F(SegmentPolicy, Row22DeniesAndAsksWhereTheInputChangedAndThereIsNoReplaced
                         Log{entry_line("1", "0")} + compare_lines(0, -1, 0) + Log{kRow22, last_line(6)});
         EXPECT_EQ(got.allocations, 1U);
     }
+}
+
+// kept: blanks and words as they are, the blank at the end of row A too; operators search their logs for them
+TEST_F(SegmentPolicy, TheLogLinesStandWordForWord)
+{
+    const auto log = [&](const std::optional<ImportRecord> &old_record, const std::optional<ImportRecord> &new_record,
+                         std::uint32_t type = 1, std::uint32_t flag = 0) {
+        const HostRoute old_route({.record = old_record ? std::optional(old_record->octets()) : std::nullopt});
+        const HostRoute new_route({.key = empty_key(type, rd_a()),
+                                   .record = new_record ? std::optional(new_record->octets()) : std::nullopt});
+        return decide(old_route.info, new_route.info, flag, ctx_).log;
+    };
+    const ImportRecord first = arrived_record();
+    const ImportRecord changed = arrived_record(kTunnel, kSnhOther);
+    const std::string none = "SetAttrAfterPlcy Success + NEED_PROC(N) + output(NULL),";
+    EXPECT_EQ(log(first, first, 4, 0x1a),
+              (Log{"SetAttrAfterPlcy: route type(4), uiCtrlFlag(1a).", none + " for type 4"}));
+    EXPECT_EQ(log(first, first, 3, 1).back(), none + "route from local/ebgp or to ebgp");
+    EXPECT_EQ(log({}, {}).back(), none + " new import_pmsi is NULL");
+    EXPECT_EQ(log({}, first).back(), "SetAttrAfterPlcy DENY + NEED_PROC(Y) + output(NEW), old import_pmsi is NULL ");
+    EXPECT_EQ(log(first, first).back(),
+              "SetAttrAfterPlcy DENY + NEED_PROC(Y) + output(NEW), in old import_pmsi,replace attr is not exist");
+    const Log compared{"SetAttrAfterPlcy PlyInfo CMP RESULT: 0.", "SetAttrAfterPlcy SNH CMP RESULT: -1.",
+                       "SetAttrAfterPlcy SNH CMP PMSI: 0."};
+    const Log begin = Log{"SetAttrAfterPlcy: route type(1), uiCtrlFlag(0)."} + compared;
+    EXPECT_EQ(log(replaced_record(), changed),
+              (begin + Log{"1.2: SetAttrAfterPlcy SUCCESS + NEED_PROC(Y) + output(OLD+NEW)",
+                           "SetAttrAfterPlcy Success, uiRetCode is 0"}));
+    EXPECT_EQ(log(replaced_record(kIsSet), changed),
+              (begin + Log{"2.2: SetAttrAfterPlcy DENY + NEED_PROC(Y) + output(NEW),origi plyinfo is refresh",
+                           "SetAttrAfterPlcy Success, uiRetCode is 6"}));
+    EXPECT_EQ(log(replaced_record(), first)[4],
+              "1.1: SetAttrAfterPlcy SUCCESS + NEED_PROC(N) + output(OLD),Replace snh and pmsi success !");
+    EXPECT_EQ(log(replaced_record(kIsSet), first)[4],
+              "2.1: SetAttrAfterPlcy WITHDRAW + NEED_PROC(N) + output(NEW), in old import_pmsi,replace snh attr is "
+              "not exist");
+}
+
+// kept: the two rows without an answer end with their own line
+TEST_F(SegmentPolicy, RowsAAndBDoNotWriteTheLineOfTheResult)
+{
+    const Bytes record = arrived_record().octets();
+    EXPECT_EQ(decide(std::nullopt, record, ctx_).log.back(), kRowA);
+    EXPECT_EQ(decide(record, record, ctx_).log.back(), kRowB);
+    EXPECT_EQ(decide(replaced_record().octets(), record, ctx_).log.back(), last_line(0));
+}
+
+TEST_F(SegmentPolicy, TheNeedToAskIsBit0x1OfTheBlocksHeader)
+{
+    const Answer got = decide(std::nullopt, arrived_record().octets(), ctx_);
+    ASSERT_TRUE(got.block);
+    EXPECT_EQ(got.block.section(6, 2), bytes("0100"));
+    const Answer settled = decide(replaced_record(), arrived_record(), ctx_);
+    ASSERT_TRUE(settled.block);
+    EXPECT_EQ(settled.block.section(6, 2), bytes("0000"));
+}
+
+TEST_F(SegmentPolicy, TheMergedRecordIsGivenBack)
+{
+    const LeakCheck leaks;
+    EXPECT_TRUE(decide(replaced_record(), arrived_record(kTunnel, kSnhOther), ctx_).block);
+    const platform::FailAllocation failure(1);
+    EXPECT_FALSE(decide(replaced_record(), arrived_record(kTunnel, kSnhOther), ctx_).block);
+    EXPECT_TRUE(failure.fired());
 }
 
 // Every change shows alike on a route with a replaced community and on one without.
@@ -566,6 +660,23 @@ TEST_F(MergedRecord, TheOldReplacedTunnelIsReadBehindTheOriginalOneNotAtItsOffse
     }
 }
 
+// kept: its room is there and stays zero
+TEST_F(MergedRecord, ATunnelThatTheOldSetDoesNotHoldStillTakesItsRoom)
+{
+    const Merge got = merge(arrived_record(), replaced_record(kIsSet | kHasSnh));
+    ASSERT_EQ(got.record.size(), kFixedLen + kTunnel.size() + kNextTunnel.size());
+    EXPECT_EQ(slice(got.record, kFixedLen + kTunnel.size(), kNextTunnel.size()), Bytes(kNextTunnel.size()));
+}
+
+TEST_F(MergedRecord, TheFlagsAreTheOldSets)
+{
+    ImportRecord new_record = arrived_record();
+    new_record.replaced.flags = 0x70;
+    const Merge got = merge(new_record, replaced_record(0x4b));
+    ASSERT_GE(got.record.size(), kFixedLen);
+    EXPECT_EQ(slice(got.record, 136, 4), bytes("4b000000"));
+}
+
 TEST_F(MergedRecord, SetsWithoutTunnelTakeNoRoom)
 {
     ImportRecord bare = arrived_record({});
@@ -644,6 +755,20 @@ TEST_F(MergedRecord, TunnelsThatTogetherPass16BitsAreNeverWrittenPastTheRecord)
             ASSERT_TRUE(got.block);
             EXPECT_EQ(got.block->usAttrLen, whole - 0x10000);
         }
+    }
+}
+
+TEST_F(MergedRecord, ATunnelThatMissesTheRoomByLittleIsReportedAndLeftOut)
+{
+    for (const std::size_t old_length : {std::size_t{65236}, std::size_t{65400}, std::size_t{65535}}) {
+        SCOPED_TRACE(old_length);
+        ImportRecord new_record = arrived_record(Bytes(1000, 0x11));
+        const ImportRecord old_record = replaced_record(7 | kIsSet, kTunnel, Bytes(old_length, 0x22));
+        const Merge got = merge(new_record, old_record);
+        const std::size_t room = 1000 + old_length - 0x10000; // behind the fixed part
+        ASSERT_EQ(got.record.size(), kFixedLen + room);
+        EXPECT_EQ(got.asserts, 2U);
+        EXPECT_EQ(slice(got.record, kFixedLen, room), Bytes(room)) << "neither tunnel, not even in part";
     }
 }
 

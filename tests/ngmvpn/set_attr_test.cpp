@@ -282,6 +282,64 @@ TEST_F(SetCommunities, EveryAllocationFailsOnceAndNothingIsLeftBehind)
     }
 }
 
+TEST_F(SetCommunities, TheSectionIsLabelled0And16)
+{
+    const Answer got = set_list(kTarget, std::nullopt, 0, ctx_);
+    ASSERT_TRUE(got.block);
+    EXPECT_EQ(got.block->ucAttrFlag, 0);
+    EXPECT_EQ(got.block->ucAttrType, 16);
+}
+
+// kept: operators search their logs for the words as they are, a removal told as a replacement among them
+TEST_F(SetCommunities, TheLogLinesStandWordForWord)
+{
+    EXPECT_EQ(set_list(kTarget + kSnhArrived, replaced_record(), 0xabc, ctx_).log,
+              (Log{"QEL_NGMVPN_SetExtCommunity input uiCtrl: 0xabc", "QEL_NGMVPN_SetExtCommunity replace SNH."}));
+    EXPECT_EQ(set_list(kTarget + kSnhArrived, std::nullopt, 0x2a00, ctx_).log,
+              (Log{"QEL_NGMVPN_SetExtCommunity input uiCtrl: 0x2a00", "QEL_NGMVPN_ProcExtCommunityEbgpPeer Ebgp peer.",
+                   "QEL_NGMVPN_SetExtCommunity remove SNH.", "QEL_NGMVPN_SetExtCommunity remove SNH, ebgpflag(0x2a00).",
+                   "QEL_NGMVPN_SetExtCommunity after ebgp proc."}));
+    EXPECT_EQ(set_list(kSnhArrived, std::nullopt, 1, ctx_).log.back(),
+              "QEL_NGMVPN_SetExtCommunity after replace SNH, no extcomm.");
+    const platform::FailAllocation failure(0);
+    EXPECT_EQ(set_list(kSnhArrived, std::nullopt, 1, ctx_).log.back(), "QEL_NGMVPN_SetExtCommunity Err.");
+}
+
+// kept: the code of the replacement does not come through, any failure is told as missing memory
+TEST_F(SetCommunities, AnyFailedReplacementIsAnsweredAsNoMemory)
+{
+    EXPECT_EQ(set_list(kTarget, replaced_record(), 0, ctx_).code, kOutOfMemory) << "1 from the replacement";
+    const platform::FailAllocation failure(0);
+    EXPECT_EQ(set_list(kSnhArrived, replaced_record(), 0, ctx_).code, kOutOfMemory);
+}
+
+// kept: nobody but the log hears of it
+TEST_F(SetCommunities, ARemovalWithoutMemoryTakesTheAttributeOutOfTheUpdate)
+{
+    const platform::FailAllocation failure(0);
+    const Answer got = set_list(kTarget + kSnhArrived, std::nullopt, 0x2000, ctx_);
+    EXPECT_TRUE(failure.fired());
+    expect_no_block(got, 0, 1);
+    EXPECT_EQ(got.log, (Log{input_line("2000"), kPeerLine, kErrLine}));
+}
+
+TEST_F(SetCommunities, Without0x1NonTransitiveElementsStay)
+{
+    for (const std::uint32_t flag : {0U, 0x2000U, 0xfffffffeU}) {
+        expect_attribute(set_list(kOpaque + kTarget, std::nullopt, flag, ctx_), 0, 16, host_list(kOpaque + kTarget));
+    }
+}
+
+TEST_F(SetCommunities, EveryCopyIsGivenBack)
+{
+    const LeakCheck leaks;
+    set_list(kTarget + kSnhArrived, std::nullopt, 0, ctx_);
+    set_list(kTarget + kSnhArrived, replaced_record(), 0, ctx_);
+    set_list(kTarget + kSnhArrived, std::nullopt, 0x2000, ctx_);
+    set_list(kSnhArrived, std::nullopt, 0x2000, ctx_);
+    set_list(kTarget, replaced_record(), 0, ctx_);
+}
+
 // --- next hop and community -----------------------------------------------------------------------------------------
 
 constexpr std::uint16_t kTypeAndUser = 0x3;
@@ -376,6 +434,34 @@ TEST_F(SetNonKeyValue, ABlockThatCanNotBeMadeIsNoMemory)
     expect_untouched(set_by_nonkey(QEL_NGMVPN_SetCommunity, nonkey_of(kTypeAndUser, 4, 0), 0x4, ctx_), kNoMemory, 1);
 }
 
+TEST_F(SetNonKeyValue, NextHopAndCommunityHaveNeitherFlagNorType)
+{
+    for (const Handler handler : {QEL_NGMVPN_SetNexthop, QEL_NGMVPN_SetCommunity}) {
+        const Answer got = set_by_nonkey(handler, nonkey_of(kTypeAndUser, 16, 0), 0x4, ctx_);
+        ASSERT_TRUE(got.block);
+        EXPECT_EQ(got.block->ucAttrFlag, 0);
+        EXPECT_EQ(got.block->ucAttrType, 0);
+    }
+}
+
+TEST_F(SetNonKeyValue, NullIsStoredBeforeANextHopIsMadeButNotBeforeACommunity)
+{
+    for (const Handler handler : {QEL_NGMVPN_SetNexthop, QEL_NGMVPN_SetCommunity}) {
+        const platform::FailAllocation failure(0);
+        const Answer got = set_by_nonkey(handler, nonkey_of(kTypeAndUser, 4, 0), 0x4, ctx_);
+        EXPECT_EQ(got.code, kNoMemory);
+        EXPECT_EQ(got.stored, handler == QEL_NGMVPN_SetNexthop);
+        EXPECT_FALSE(got.block);
+    }
+}
+
+TEST_F(SetNonKeyValue, ASectionWithoutItsPointerGivesNothing)
+{
+    for (const Handler handler : {QEL_NGMVPN_SetNexthop, QEL_NGMVPN_SetCommunity}) {
+        expect_no_block(set_by_nonkey(handler, std::nullopt, 0xffffffff, ctx_), 0, 0);
+    }
+}
+
 // --- tunnel ---------------------------------------------------------------------------------------------------------
 
 const std::string kPmsiLine = "QEL_NGMVPN_SetPmsi.";
@@ -461,6 +547,20 @@ TEST_F(SetTunnel, ABlockThatCanNotBeMadeIsNoMemory)
     EXPECT_EQ(got.log, Log{kPmsiLine});
 }
 
+TEST_F(SetTunnel, TheSectionIsLabelled1And22)
+{
+    const Answer got = set_tunnel(kTunnel, std::nullopt, ctx_);
+    ASSERT_TRUE(got.block);
+    EXPECT_EQ(got.block->ucAttrFlag, 1);
+    EXPECT_EQ(got.block->ucAttrType, 22);
+}
+
+TEST_F(SetTunnel, TheLogLinesStandWordForWord)
+{
+    EXPECT_EQ(set_tunnel(kTunnel, replaced_record(), ctx_).log,
+              (Log{"QEL_NGMVPN_SetPmsi.", "QEL_NGMVPN_SetPmsi replace pmsi."}));
+}
+
 // --- the doors ------------------------------------------------------------------------------------------------------
 
 using SetAttrDoor = PolicyTest;
@@ -478,6 +578,17 @@ TEST_F(SetAttrDoor, NullArgumentsAreRefusedByEveryHandlerWithOneReport)
         });
     }
     EXPECT_EQ(result, &untouched);
+}
+
+TEST_F(SetAttrDoor, AMissingResultIsRefusedAlsoWhereThereIsNothingToHandOut)
+{
+    const HostRoute route({.nonkey = nonkey_of(kTypeAndUser, 0, 1)});
+    for (const Handler handler :
+         {QEL_NGMVPN_SetExtCommunity, QEL_NGMVPN_SetNexthop, QEL_NGMVPN_SetCommunity, QEL_NGMVPN_SetPmsi}) {
+        const platform::Recorder recorder;
+        EXPECT_EQ(handler(&route.info, 0, nullptr, ctx_), kNull);
+        EXPECT_EQ(recorder.asserts().size(), 1U);
+    }
 }
 
 TEST_F(SetAttrDoor, EveryRowOfTheTableHasItsHandler)
@@ -513,6 +624,29 @@ TEST_F(SetAttrDoor, TheDescriptorReachesEachHandlerByAttributeType)
     }
 }
 
+TEST_F(SetAttrDoor, AnAttributeWithoutRowIsRefusedAndTheResultLeftAlone)
+{
+    const HostRoute route({.list = host_list(kTarget), .pmsi = kTunnel});
+    for (const std::uint32_t type : {0U, 2U, 4U, 14U, 23U, 25U, 243U, 0x116U}) {
+        const Answer got =
+            answer_of([&](auto result) { return QEL_NGMVPN_SetAttr(&route.info, type, 0, result, ctx_); });
+        expect_untouched(got, 0x80003, 0);
+        EXPECT_TRUE(got.log.empty());
+    }
+}
+
+TEST_F(SetAttrDoor, NullArgumentsAreRefusedBeforeTheRowIsSought)
+{
+    const HostRoute route({.list = host_list(kTarget)});
+    QEL_ROUTE_BLOCK_S *result = nullptr;
+    for (const std::uint32_t type : {16U, 243U}) {
+        expect_null_arguments_refused(3, [&](unsigned nulls) {
+            return QEL_NGMVPN_SetAttr(unless((nulls & 1) != 0, &route.info), type, 0, unless((nulls & 2) != 0, &result),
+                                      unless((nulls & 4) != 0, ctx_));
+        });
+    }
+}
+
 // --- the steps that replace and remove ------------------------------------------------------------------------------
 
 class CommunityStep : public PolicyTest {
@@ -545,6 +679,70 @@ TEST_F(CommunityStep, ASegmentedNextHopIsFoundByItsSubType)
     expect_reports(0);
     EXPECT_EQ(QEL_NGMVPN_CheckSnhExist(nullptr), kNull);
     expect_reports(1);
+}
+
+TEST_F(CommunityStep, ASearchInAMissingRouteIsReportedAndIsNoYes)
+{
+    EXPECT_EQ(QEL_NGMVPN_CheckSnhExist(nullptr), kNull);
+    expect_reports(1);
+}
+
+TEST_F(CommunityStep, ReplacingTouchesTheFirstOfTwoAndRemovalDropsBoth)
+{
+    const OddBytes snh(host_list(kSnhReplacing));
+    OddBytes list(host_list(kSnhArrived + kTarget + kSnhOther));
+    EXPECT_EQ(QEL_NGMVPN_ExtComReplaceSnh(snh.data(), list.data(), list.size()), 0U);
+    EXPECT_EQ(list.bytes(), host_list(kSnhReplacing + kTarget + kSnhOther));
+    std::uint16_t length = 0x7777;
+    EXPECT_EQ(QEL_NGMVPN_ExtComRemoveSnh(list.data(), list.size(), &length), 0U);
+    EXPECT_EQ(length, 8);
+    EXPECT_EQ(slice(list.bytes(), 0, 8), host_list(kTarget));
+}
+
+TEST_F(CommunityStep, AListWithoutOneToReplaceIsReportedAndRefused)
+{
+    const OddBytes snh(host_list(kSnhReplacing));
+    OddBytes list(host_list(kTarget));
+    EXPECT_EQ(QEL_NGMVPN_ExtComReplaceSnh(snh.data(), list.data(), list.size()), 1U);
+    expect_reports(1);
+    EXPECT_EQ(list.bytes(), host_list(kTarget));
+}
+
+TEST_F(CommunityStep, WithoutAReplacingCommunityTheOutputIsLeftAlone)
+{
+    const OddBytes list(host_list(kSnhArrived));
+    for (const std::uint32_t flags : {0U, kIsSet | kHasPmsi, ~kHasSnh}) {
+        const HostRoute route({.record = replaced_record(flags).octets()});
+        std::uint8_t marker = 0;
+        std::uint8_t *out = &marker;
+        EXPECT_EQ(QEL_NGMVPN_ReplaceSnhExtComm(&route.info, list.data(), list.size(), &out, ctx_), 0U);
+        EXPECT_EQ(out, &marker);
+    }
+}
+
+TEST_F(CommunityStep, AFailedReplacementGivesItsCopyBackAndIsReportedTwice)
+{
+    const LeakCheck leaks;
+    const HostRoute route({.record = replaced_record().octets()});
+    const OddBytes list(host_list(kTarget));
+    std::uint8_t marker = 0;
+    std::uint8_t *out = &marker;
+    EXPECT_EQ(QEL_NGMVPN_ReplaceSnhExtComm(&route.info, list.data(), list.size(), &out, ctx_), 1U);
+    expect_reports(2);
+    EXPECT_EQ(out, &marker);
+}
+
+TEST_F(CommunityStep, WithoutAnEbgpPeerBothOutputsAreCleared)
+{
+    const OddBytes list(host_list(kSnhArrived));
+    for (const std::uint32_t flag : {0U, 0x2001U, 0x800U}) {
+        std::uint8_t marker = 0;
+        std::uint8_t *out = &marker;
+        std::uint16_t length = 0x7777;
+        EXPECT_EQ(QEL_NGMVPN_ProcExtCommunityEbgpPeer(list.data(), list.size(), flag, &out, &length, ctx_), 0U);
+        EXPECT_EQ(out, nullptr);
+        EXPECT_EQ(length, 0);
+    }
 }
 
 TEST_F(CommunityStep, TheFirstSegmentedNextHopIsOverwritten)

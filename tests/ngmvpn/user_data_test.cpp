@@ -131,6 +131,16 @@ TEST_F(NextHopData, OfAGlobalTableRouteWithTwoIpv6TargetsIsAllZero)
     expect_data(ask({.key = key, .ipv6_list = one}, ctx_), bytes("01000000 0000000000000000") + kAddress);
 }
 
+TEST_F(NextHopData, ADualRootClearsAll28OctetsKindAndRdToo)
+{
+    const OddBytes key(bytes_of(cmcast_key(8, rd0(0, 0), 5, s6(), g6())));
+    const HostRoute dual({.key = std::nullopt, .ipv6_list = Bytes(40, 1)});
+    OddBytes out(Bytes(28, 0xee));
+    QEL_NGMVPN_GetCmcastNhpUserDataForCmcast(out.data(), reinterpret_cast<const QEL_NGMVPN_KEY_AT_S *>(key.data()),
+                                             &dual.info);
+    EXPECT_EQ(out.bytes(), Bytes(28));
+}
+
 TEST_F(NextHopData, ADualRootNeedsEightZeroOctetsAndMoreThanOneElement)
 {
     const Bytes two(40, 1);
@@ -155,6 +165,16 @@ TEST_F(NextHopData, AGlobalTableRouteWithoutIpv6ListIsNoDualRoot)
     HostRoute route({.key = cmcast_key(8, rd0(0, 0), 0x01020304, s6(), g6())});
     route.info.uiIpv6ExtCommLen = 40;
     expect_data(ask(route.info, ctx_), Bytes(12) + bytes("04030201") + Bytes(12));
+}
+
+TEST_F(NextHopData, TheRdStandsAtOctet4AndTheAddressAtOctet12)
+{
+    for (const QEL_NGMVPN_KEY_S &key : {intra_key(rd_b(), o4()), cmcast_key(7, rd_b(), 0xc0a80a0b, s4(), g4())}) {
+        const UserData got = ask({.key = key}, ctx_);
+        ASSERT_EQ(got.octets.size(), 28U);
+        EXPECT_EQ(slice(got.octets, 4, 8), bytes_of(rd_b()));
+        EXPECT_EQ(slice(got.octets, 12, 4), bytes("0b0aa8c0"));
+    }
 }
 
 TEST_F(NextHopData, NoOtherRouteHasOne)
@@ -298,6 +318,31 @@ TEST_F(IntraKey, DataOfTheLengthThatTheLibraryMakesIsRefused)
         EXPECT_TRUE(got.log.empty());
         EXPECT_EQ(got.allocations, 0U);
     }
+}
+
+TEST_F(IntraKey, OnlyTheFirstOctetOfTheKindIsRead)
+{
+    for (const std::string_view rest : {"000000", "010000", "0000ff"}) {
+        expect_key(key_of(bytes("00") + bytes(rest) + slice(kData4, 4, 24), 29, instance_.desc, ctx_), kRdOctets, o4());
+        expect_key(key_of(bytes("01") + bytes(rest) + slice(kData6, 4, 24), 29, instance_.desc, ctx_), kRdOctets, o6());
+    }
+}
+
+TEST_F(IntraKey, OfAnIpv4OriginatorOneWordIsTaken)
+{
+    const Answer got = key_of(kData4, 29, instance_.desc, ctx_);
+    ASSERT_TRUE(got.block);
+    EXPECT_EQ(got.block.section(40 + 8, 1), bytes("20"));
+    EXPECT_EQ(got.block.section(40 + 12, 16), bytes("0b0aa8c0") + Bytes(12));
+}
+
+// kept: the key's own RD stays zero
+TEST_F(IntraKey, TheRdStandsInItsSectionAlone)
+{
+    const Answer got = key_of(kData6, 29, instance_.desc, ctx_);
+    ASSERT_TRUE(got.block);
+    EXPECT_EQ(got.block.section(32, 8), kRdOctets);
+    EXPECT_EQ(got.block.section(40 + 92, 12), Bytes(12));
 }
 
 TEST_F(IntraKey, NoOtherLengthIsLookedAt)

@@ -1,5 +1,6 @@
 // The tables of the VPNv4 multicast family, row by row in their order, and the road from each operation to its
 // handlers.
+#include "table_contract.h"
 #include "vpnv4mcast_cases.h"
 
 namespace qel::test {
@@ -8,7 +9,7 @@ namespace {
 using Row = QEL_DISPATCH_ENTRY_S;
 using Lookup = decltype(&QEL_VPNV4MCAST_GetPktParseEntry);
 
-// The rows in their order, their handlers, and the row that the lookup finds for each type.
+// The rows in their order, their handlers, and what the lookup finds: them and nothing else.
 template <auto kSlot, std::size_t kRows, typename Handler>
 void expect_table(const Row (&table)[kRows], const std::pair<std::uint32_t, Handler> (&want)[kRows],
                   Lookup lookup = nullptr)
@@ -17,13 +18,9 @@ void expect_table(const Row (&table)[kRows], const std::pair<std::uint32_t, Hand
         SCOPED_TRACE(i);
         EXPECT_EQ(table[i].uiType, want[i].first);
         EXPECT_EQ(table[i].*kSlot, want[i].second);
-        if (lookup != nullptr) {
-            EXPECT_EQ(lookup(want[i].first), table + i);
-        }
     }
-    for (std::uint32_t type = 0; lookup != nullptr && type < 0x1000; ++type) {
-        const bool known = std::any_of(std::begin(want), std::end(want), [&](auto &row) { return row.first == type; });
-        ASSERT_EQ(lookup(type) != nullptr, known) << type;
+    if (lookup != nullptr) {
+        expect_lookup(table, lookup);
     }
 }
 

@@ -180,6 +180,17 @@ TEST_F(Vpnv4McastExtComm, WritingRefusesMissingArgumentsWithOneReport)
     }
 }
 
+TEST_F(Vpnv4McastExtComm, TheOperationsReadAndWriteTheListAsAttribute16)
+{
+    const OddBytes wire(bytes(kRt1));
+    const std::uint8_t *cursor = wire.data();
+    std::uint32_t more = kUnwritten;
+    expect_made(make([&](auto result) { return desc_.pfParsePkt(&cursor, wire.size(), 0, 16, result, &more, ctx_); }),
+                {.list = host_list(kRt1)});
+    Held held({.list = host_list(kRt1)});
+    expect_written(write_into(8, [&](auto at) { return desc_.pfFormatPkt(&held.info, 16, at, 8, ctx_); }), bytes(kRt1));
+}
+
 // --- byte order -----------------------------------------------------------------------------------------------------
 
 TEST_F(Vpnv4McastExtComm, OnlyTheTypes0002And0009AreTurnedAsAsAndNumber)

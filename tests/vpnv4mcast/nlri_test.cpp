@@ -256,24 +256,36 @@ TEST_F(Vpnv4McastNlri, TheRoutesBlockFailsOnceWithNothingMoved)
     }
 }
 
+void expect_reading_refused(const Form &form, const Bytes &attribute, QEL_FAMILY_CTX_S *ctx)
+{
+    const OddBytes wire(attribute);
+    // a cursor, the octets that it stands on, a result, some octets left, a word for more, a context
+    expect_null_arguments_refused(6, kFrameSource, [&](unsigned nulls) {
+        const std::uint8_t *const start = unless(nulls, 1, wire.data());
+        const std::uint8_t *cursor = start;
+        QEL_ROUTE_BLOCK_S *result = block_marker();
+        std::uint32_t more = kUnwritten;
+        const std::uint32_t code =
+            form.parse(unless(nulls, 0, &cursor), (nulls & 8U) != 0 ? 0 : wire.size(), unless(nulls, 2, &result),
+                       unless(nulls, 4, &more), unless(nulls, 5, ctx));
+        EXPECT_EQ(cursor, start);
+        EXPECT_EQ(result, block_marker());
+        EXPECT_EQ(more, kUnwritten);
+        return code;
+    });
+}
+
 TEST_F(Vpnv4McastNlri, ReadingRefusesMissingArgumentsWithOneReport)
 {
     for (const Form &form : kForms) {
-        const OddBytes wire(form.wire(form.lowest + 16, bytes("0a01")));
-        // a cursor, the octets that it stands on, a result, some octets left, a word for more, a context
-        expect_null_arguments_refused(6, kFrameSource, [&](unsigned nulls) {
-            const std::uint8_t *const start = unless(nulls, 1, wire.data());
-            const std::uint8_t *cursor = start;
-            QEL_ROUTE_BLOCK_S *result = block_marker();
-            std::uint32_t more = kUnwritten;
-            const std::uint32_t code =
-                form.parse(unless(nulls, 0, &cursor), (nulls & 8U) != 0 ? 0 : wire.size(), unless(nulls, 2, &result),
-                           unless(nulls, 4, &more), unless(nulls, 5, ctx_));
-            EXPECT_EQ(cursor, start);
-            EXPECT_EQ(result, block_marker());
-            EXPECT_EQ(more, kUnwritten);
-            return code;
-        });
+        expect_reading_refused(form, form.wire(form.lowest + 16, bytes("0a01")), ctx_);
+    }
+}
+
+TEST_F(Vpnv4McastNlri, ReadingRefusesMissingArgumentsAheadOfAMalformedRoute)
+{
+    for (const Form &form : kForms) {
+        expect_reading_refused(form, form.wire(form.lowest - 1, bytes("0a01")), ctx_);
     }
 }
 

@@ -80,6 +80,9 @@ TEST_F(Vpnv4McastPolicy, TheAdvertisedListHasALengthOf16Bits)
     Held held({.list = host_list(kRt1)});
     held.info.uiExtCommLen = 0x10008;
     expect_made(set_list(held.info, 0, ctx_), {.list = host_list(kRt1)});
+    // of 0x2001 elements one is looked at, whatever becomes of the others
+    const Bytes many = host_list(kRt1 + kLocal) + Bytes(0xfff8, 9);
+    expect_made(set_list(Held({.list = many}).info, 1, ctx_), {.list = host_list(kRt1)});
 }
 
 TEST_F(Vpnv4McastPolicy, EachAllocationOfTheAdvertisedListFailsOnce)
@@ -632,7 +635,9 @@ TEST_F(Vpnv4McastPolicy, CountsBeyond16BitsAreCut)
         expect_list(apply_to({.list = host_list(kSourceAs) + far}, action, bytes(kRt1) + far, ctx_), kRt1 + kSourceAs);
         expect_list(apply_to({.list = far}, action, bytes(kRt1), ctx_), kRt1);
     }
-    expect_no_value(apply_to({.list = far}, kDelete, bytes(kRt1), ctx_));
+    const Made none = apply_to({.list = far}, kDelete, bytes(kRt1), ctx_);
+    expect_no_value(none);
+    EXPECT_EQ(none.allocations, 1U) << "no scratch for a list of no elements";
     // the count has 16 bits and the length has not: 0x10000 octets are 0x2000 elements
     expect_no_value(apply_to({.list = Bytes(0x10000, 2)}, kDelete, bytes(kRt1), ctx_));
     expect_list(apply_to({.list = Bytes(0x10000, 2) + host_list(kSourceAs)}, kReplace, bytes(kRt1), ctx_),
@@ -658,6 +663,32 @@ TEST_F(Vpnv4McastPolicy, TheOperationKnowsSixActions)
     }
     expect_list(through(kDelete), kSourceAs);
     ctx_->uiInlineBufUsed = 0; // what the delete keeps
+}
+
+// kept: this family logs nothing
+TEST_F(Vpnv4McastPolicy, ActionsAreNotLogged)
+{
+    const Held held(listed(kRt1));
+    const Trusted value(bytes(kRt2));
+    for (const std::uint32_t action : {kReplace, kAdd, kDelete, 36U, 37U, kAddOther}) {
+        const platform::Recorder recorder;
+        QEL_ROUTE_BLOCK_S *result = nullptr;
+        EXPECT_EQ(desc_.pfApplyAction(&held.info, action, value.data(), value.size(), &result, ctx_), 0U);
+        const Block owner(result);
+        EXPECT_TRUE(recorder.debugs().empty()) << action;
+    }
+}
+
+// kept: this family logs nothing
+TEST_F(Vpnv4McastPolicy, AnUnknownActionIsNotLogged)
+{
+    const Held held(listed(kRt1));
+    const Trusted value(bytes(kRt2));
+    const platform::Recorder recorder;
+    QEL_ROUTE_BLOCK_S *result = block_marker();
+    EXPECT_EQ(desc_.pfApplyAction(&held.info, 61, value.data(), value.size(), &result, ctx_), kNoAction);
+    EXPECT_TRUE(recorder.debugs().empty());
+    EXPECT_TRUE(recorder.asserts().empty());
 }
 
 TEST_F(Vpnv4McastPolicy, ActionsRefuseMissingArgumentsWithOneReportEvenTheDelete)
