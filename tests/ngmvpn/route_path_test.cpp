@@ -1582,6 +1582,21 @@ TEST_F(RoutePathWriting, OneCommunityIsConvertedAsListsAre)
     expect_written(write_one(route.info, 22, 9, 24, ctx_), tlv(22, bytes("0809") + slice(kRt6.host, 2, 18)));
 }
 
+TEST_F(RoutePathWriting, WhatStandsBehindOneCommunityIsLeftAsItIs)
+{
+    PathRoute route(4);
+    route.list(kRtAs2.host).list6(kRt6.host);
+    for (const auto &[type, wire] :
+         {std::pair<std::uint16_t, Bytes>{13, tlv(13, kRtAs2.wire)}, {22, tlv(22, kRt6.wire)}}) {
+        OddBytes out(slack(0, 60)); // all different, and a route target where the next element would stand
+        const Bytes behind = (type == 13 ? kRtAs2.host : kRt6.host) + slack(0, 4);
+        std::copy(behind.begin(), behind.end(), out.data() + wire.size());
+        std::uint8_t *cursor = out.data();
+        EXPECT_EQ(QEL_NGMVPN_FormatExtComTlv(&route.info, type, 2, &cursor, 60, ctx_), 0U);
+        EXPECT_EQ(hex(slice(out.bytes(), 0, wire.size() + behind.size())), hex(wire + behind));
+    }
+}
+
 TEST_F(RoutePathWriting, TheRoutesListsStayInHostOrder)
 {
     const Bytes list = list_of({kRtAs2, kSnh});

@@ -20,6 +20,92 @@ struct Ngmvpn {
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Ngmvpn, ScratchContract, Ngmvpn);
 
+class NgmvpnScratch : public ::testing::Test {
+protected:
+    void give_back(void *mem) { QEL_NGMVPN_Free(&mem, ctx_); }
+
+    LeakCheck leaks_;
+    Instance instance_{QEL_NGMVPN_Construct, QEL_NGMVPN_Destruct, 1};
+    QEL_FAMILY_CTX_S *ctx_ = instance_.ctx;
+    platform::Recorder recorder_;
+};
+
+TEST_F(NgmvpnScratch, TheInlineBufferServesUpTo256BytesAndMoreIsTheHeaps)
+{
+    void *inline_mem = QEL_NGMVPN_Malloc(ctx_, 256);
+    EXPECT_EQ(inline_mem, ctx_->aucInlineBuf);
+    give_back(inline_mem);
+    void *heap_mem = QEL_NGMVPN_Malloc(ctx_, 257);
+    EXPECT_NE(heap_mem, ctx_->aucInlineBuf);
+    give_back(heap_mem);
+}
+
+TEST_F(NgmvpnScratch, ASecondRequestIsTheHeapsUntilTheBufferIsBack)
+{
+    void *first = QEL_NGMVPN_Malloc(ctx_, 16);
+    void *second = QEL_NGMVPN_Malloc(ctx_, 16);
+    EXPECT_EQ(first, ctx_->aucInlineBuf);
+    EXPECT_NE(second, ctx_->aucInlineBuf);
+    give_back(first);
+    EXPECT_EQ(ctx_->uiInlineBufUsed, 0U);
+    void *third = QEL_NGMVPN_Malloc(ctx_, 16);
+    EXPECT_EQ(third, ctx_->aucInlineBuf);
+    give_back(second);
+    EXPECT_EQ(ctx_->uiInlineBufUsed, 1U);
+    give_back(third);
+}
+
+TEST_F(NgmvpnScratch, ASizeOfZeroIsNothingAndNoReport)
+{
+    EXPECT_EQ(QEL_NGMVPN_Malloc(ctx_, 0), nullptr);
+    EXPECT_EQ(ctx_->uiInlineBufUsed, 0U);
+    EXPECT_TRUE(recorder_.asserts().empty());
+}
+
+TEST_F(NgmvpnScratch, AMissingContextIsReportedBeforeTheSizeIsLookedAt)
+{
+    EXPECT_EQ(QEL_NGMVPN_Malloc(nullptr, 0), nullptr);
+    EXPECT_EQ(recorder_.asserts().size(), 1U);
+}
+
+TEST_F(NgmvpnScratch, AnExhaustedHeapIsNotReported)
+{
+    const platform::FailAllocation failure(0);
+    EXPECT_EQ(QEL_NGMVPN_Malloc(ctx_, 257), nullptr);
+    EXPECT_TRUE(recorder_.asserts().empty());
+}
+
+TEST_F(NgmvpnScratch, GivingBackSetsThePointerToNull)
+{
+    for (const std::uint32_t size : {1U, 257U}) {
+        void *mem = QEL_NGMVPN_Malloc(ctx_, size);
+        QEL_NGMVPN_Free(&mem, ctx_);
+        EXPECT_EQ(mem, nullptr);
+    }
+}
+
+TEST_F(NgmvpnScratch, GivingBackNothingIsReportedOnce)
+{
+    void *nothing = nullptr;
+    QEL_NGMVPN_Free(nullptr, ctx_);
+    EXPECT_EQ(recorder_.asserts().size(), 1U);
+    QEL_NGMVPN_Free(&nothing, ctx_);
+    EXPECT_EQ(recorder_.asserts().size(), 2U);
+    void *held = ctx_->aucInlineBuf;
+    QEL_NGMVPN_Free(&held, nullptr);
+    EXPECT_EQ(recorder_.asserts().size(), 3U);
+    EXPECT_EQ(held, ctx_->aucInlineBuf);
+}
+
+TEST_F(NgmvpnScratch, AnInlineBufferThatIsBackAlreadyIsReportedAndStaysBack)
+{
+    void *mem = ctx_->aucInlineBuf;
+    QEL_NGMVPN_Free(&mem, ctx_);
+    EXPECT_EQ(recorder_.asserts().size(), 1U);
+    EXPECT_EQ(ctx_->uiInlineBufUsed, 0U);
+    EXPECT_EQ(mem, nullptr);
+}
+
 class NgmvpnDebug : public ::testing::Test {
 protected:
     static constexpr std::uint32_t kModule = 0x11223344;
