@@ -64,11 +64,11 @@ private:
 
 struct Operation {
     const char *name;
-    unsigned tested;         // arguments whose null is refused
-    unsigned optional;       // further pointer arguments that may be null: bits behind the tested ones
-    std::uint32_t refusal;   // what a null argument gives
-    std::uint32_t not_found; // what an unknown type code gives
-    std::uint32_t (*call)(const QEL_FAMILY_DESC_S &desc, Call &c);
+    unsigned tested;                      // arguments whose null is refused
+    unsigned optional = 0;                // further pointer arguments that may be null: bits behind the tested ones
+    std::uint32_t refusal = QEL_ERR_NULL; // what a null argument gives
+    std::uint32_t not_found = QEL_ERR_NO_ENTRY; // what an unknown type code gives
+    std::uint32_t (*call)(const QEL_FAMILY_DESC_S &desc, Call &c) = nullptr;
     const char *log = nullptr; // the debug line of an unknown type code
 };
 
@@ -78,12 +78,7 @@ inline constexpr std::uint32_t kCmpFailed = static_cast<std::uint32_t>(QEL_CMP_F
 
 inline Operation parse_pkt()
 {
-    return {.name = "ParsePkt",
-            .tested = 4,
-            .optional = 0,
-            .refusal = QEL_ERR_NULL,
-            .not_found = QEL_OK,
-            .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
+    return {.name = "ParsePkt", .tested = 4, .not_found = QEL_OK, .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
                 return desc.pfParsePkt(c.arg(0, c.in_cursor), 8, 0xdeadbeef, c.type, c.arg(1, c.result),
                                        c.arg(2, c.more), c.ctx(3));
             }};
@@ -91,12 +86,7 @@ inline Operation parse_pkt()
 
 inline Operation format_pkt()
 {
-    return {.name = "FormatPkt",
-            .tested = 2,
-            .optional = 1,
-            .refusal = QEL_ERR_NULL,
-            .not_found = QEL_ERR_NO_ENTRY,
-            .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
+    return {.name = "FormatPkt", .tested = 2, .optional = 1, .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
                 return desc.pfFormatPkt(c.arg(0, c.route), c.type, c.arg(1, c.out_cursor), 16, c.ctx(2));
             }};
 }
@@ -104,12 +94,7 @@ inline Operation format_pkt()
 // A reader of one of the four message kinds.
 template <auto kSlot> Operation parse_tlv(const char *name)
 {
-    return {.name = name,
-            .tested = 3,
-            .optional = 0,
-            .refusal = QEL_ERR_NULL,
-            .not_found = QEL_ERR_NO_ENTRY,
-            .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
+    return {.name = name, .tested = 3, .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
                 return (desc.*kSlot)(c.octets(0), 8, c.type, c.arg(1, c.result), c.ctx(2));
             }};
 }
@@ -120,8 +105,6 @@ template <auto kSlot> Operation format_tlv(const char *name, bool tests_ctx)
     return {.name = name,
             .tested = tests_ctx ? 3U : 2U,
             .optional = tests_ctx ? 0U : 1U,
-            .refusal = QEL_ERR_NULL,
-            .not_found = QEL_ERR_NO_ENTRY,
             .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
                 return (desc.*kSlot)(c.arg(0, c.route), c.type, c.arg(1, c.out_cursor), 16, c.ctx(2));
             }};
@@ -129,12 +112,7 @@ template <auto kSlot> Operation format_tlv(const char *name, bool tests_ctx)
 
 inline Operation format_cfg()
 {
-    return {.name = "FormatCfg",
-            .tested = 4,
-            .optional = 0,
-            .refusal = QEL_ERR_NULL,
-            .not_found = QEL_ERR_NO_ENTRY,
-            .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
+    return {.name = "FormatCfg", .tested = 4, .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
                 return desc.pfFormatCfg(c.arg(0, c.route), c.type, c.arg(1, c.out_cursor), 16, c.arg(2, c.index),
                                         c.arg(3, c.more));
             }};
@@ -144,8 +122,6 @@ inline Operation data2str()
 {
     return {.name = "Data2Str",
             .tested = 5,
-            .optional = 0,
-            .refusal = QEL_ERR_NULL,
             .not_found = QEL_ERR_NO_DATA2STR,
             .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
                 return desc.pfData2Str(c.arg(0, c.route), c.type, c.arg(1, c.text[0]), 16, c.arg(2, c.index),
@@ -155,12 +131,7 @@ inline Operation data2str()
 
 inline Operation set_attr()
 {
-    return {.name = "SetAttr",
-            .tested = 3,
-            .optional = 0,
-            .refusal = QEL_ERR_NULL,
-            .not_found = QEL_ERR_NO_ENTRY,
-            .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
+    return {.name = "SetAttr", .tested = 3, .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
                 return desc.pfSetAttr(c.arg(0, c.route), c.type, 0xffffffff, c.arg(1, c.result), c.ctx(2));
             }};
 }
@@ -169,8 +140,6 @@ inline Operation apply_action()
 {
     return {.name = "ApplyAction",
             .tested = 4,
-            .optional = 0,
-            .refusal = QEL_ERR_NULL,
             .not_found = QEL_ERR_NO_ACTION,
             .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
                 return desc.pfApplyAction(c.arg(0, c.route), c.type, c.octets(1), 8, c.arg(2, c.result), c.ctx(3));
@@ -182,8 +151,6 @@ inline Operation parse_add_attr_msg()
     return {.name = "ParseAddAttrMsg",
             .tested = 3,
             .optional = 1, // the route is not tested
-            .refusal = QEL_ERR_NULL,
-            .not_found = QEL_ERR_NO_ENTRY,
             .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
                 return desc.pfParseAddAttrMsg(c.arg(3, c.route), c.octets(0), 8, c.type, c.arg(1, c.result), c.ctx(2));
             }};
@@ -193,7 +160,6 @@ inline Operation cmp_data()
 {
     return {.name = "CmpData",
             .tested = 2,
-            .optional = 0,
             .refusal = kCmpFailed,
             .not_found = kCmpFailed,
             .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
@@ -205,7 +171,6 @@ inline Operation cmp_data_for_attr_type()
 {
     return {.name = "CmpDataForAttrType",
             .tested = 2,
-            .optional = 0,
             .refusal = kCmpFailed,
             .not_found = kCmpFailed,
             .call = [](const QEL_FAMILY_DESC_S &desc, Call &c) {
