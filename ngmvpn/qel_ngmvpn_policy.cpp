@@ -295,6 +295,11 @@ uint32_t QEL_NGMVPN_InitHostAction(uint32_t uiValueLen, uint8_t **ppucHost, cons
     if (uiValueLen == 0) {
         return QEL_OK;
     }
+    /* with what stays of the route's list the length has to have 32 bits */
+    if (uiValueLen > UINT32_MAX - UINT16_MAX) {
+        QEL_Report(uiValueLen);
+        return QEL_ERR_MEMORY;
+    }
     auto *pucHost = static_cast<uint8_t *>(QEL_NGMVPN_Malloc(pstCtx, uiValueLen));
     if (QEL_Missing(pucHost)) {
         return QEL_ERR_MEMORY;

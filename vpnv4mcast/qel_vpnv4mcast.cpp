@@ -2017,6 +2017,11 @@ static uint32_t QEL_VPNV4MCAST_TakeHostList_(const uint8_t *pucValue, uint32_t u
     if (uiValueLen == 0) {
         return QEL_OK;
     }
+    /* with what stays of the route's list the length has to have 32 bits */
+    if (uiValueLen > UINT32_MAX - UINT16_MAX) {
+        QEL_Report(uiValueLen);
+        return QEL_ERR_MEMORY;
+    }
     *ppucHost = static_cast<uint8_t *>(QEL_VPNV4MCAST_Malloc(pstCtx, uiValueLen));
     if (QEL_Missing(*ppucHost)) {
         return QEL_ERR_MEMORY;

@@ -1,4 +1,5 @@
 // Allocation on memory handles, with an account for each handle and thread.
+#include "host/platform/fail_once.h"
 #include "host/platform/platform.h"
 #include "platform/zvk.h"
 
@@ -162,26 +163,7 @@ struct alignas(std::max_align_t) BlockHeader {
 };
 static_assert(sizeof(BlockHeader) == 16);
 
-struct FailState {
-    bool armed = false;
-    bool fired = false;
-    std::uint64_t before_failure = 0;
-};
-constinit thread_local FailState t_fail{};
-
-bool must_fail()
-{
-    if (!t_fail.armed) [[likely]] {
-        return false;
-    }
-    if (t_fail.before_failure > 0) {
-        --t_fail.before_failure;
-        return false;
-    }
-    t_fail.armed = false;
-    t_fail.fired = true;
-    return true;
-}
+constinit thread_local FailOnce t_fail{};
 
 } // namespace
 
@@ -215,7 +197,7 @@ namespace {
 
 void *allocate(std::uint32_t handle, std::uint32_t size)
 {
-    if (must_fail()) [[unlikely]] {
+    if (t_fail.must_fail()) [[unlikely]] {
         return nullptr;
     }
     void *raw = std::malloc(sizeof(BlockHeader) + size);

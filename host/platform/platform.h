@@ -73,4 +73,30 @@ public:
     bool fired() const;
 };
 
+// Makes text number `after` of the current thread impossible to form (0: the next one), once, while it lives: the
+// answer is -1 and nothing is written. A text is one call of snprintf_truncated_s or vsnprintf_truncated_s.
+class FailText {
+public:
+    explicit FailText(std::uint64_t after);
+    ~FailText();
+    FailText(const FailText &) = delete;
+    FailText &operator=(const FailText &) = delete;
+
+    // Whether the failure happened.
+    bool fired() const;
+};
+
+// Makes copy number `after` of the current thread fail (0: the next one), once, while it lives: nothing is written. A
+// copy is one call of memcpy_s, memmove_s or memset_s.
+class FailCopy {
+public:
+    explicit FailCopy(std::uint64_t after);
+    ~FailCopy();
+    FailCopy(const FailCopy &) = delete;
+    FailCopy &operator=(const FailCopy &) = delete;
+
+    // Whether the failure happened.
+    bool fired() const;
+};
+
 } // namespace qel::platform

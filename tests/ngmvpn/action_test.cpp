@@ -290,6 +290,29 @@ TEST_F(Action, TheDescriptorHasABitForEachOfTheFourCodes)
     EXPECT_TRUE(std::equal(words.begin(), words.end(), instance_.desc.auiActionTypeBits));
 }
 
+// No octet of it is read: together with the route's list it would have no length of 32 bits.
+TEST_F(Action, AValueOfNearlyFourGigabytesIsLikeNoMemory)
+{
+    const Bytes list = route_list(kRt1).value_or(Bytes{});
+    const OddBytes held(list);
+    const OddBytes given(bytes(kRt2));
+    QEL_ROUTE_INFO_S route{};
+    route.pucExtComm = held.data();
+    route.uiExtCommLen = held.size();
+    for (const std::uint32_t action : kActions) {
+        for (const std::uint32_t length : {0xffff0001U, 0xfffffff8U, 0xffffffffU}) {
+            static QEL_ROUTE_BLOCK_S untouched{};
+            QEL_ROUTE_BLOCK_S *result = &untouched;
+            const std::uint64_t made = allocations();
+            const platform::Recorder recorder;
+            EXPECT_EQ(QEL_NGMVPN_ApplyExtCommunity(&route, action, given.data(), length, &result, ctx_), kOutOfMemory);
+            EXPECT_EQ(result, &untouched);
+            EXPECT_EQ(recorder.asserts().size(), 1U);
+            EXPECT_EQ(allocations(), made);
+        }
+    }
+}
+
 TEST_F(Action, TheInputIsLoggedInTwoLinesOnceTheArgumentsAreThere)
 {
     EXPECT_EQ(apply(kAdd, kRt1, "", ctx_).log, kInput);

@@ -1,11 +1,14 @@
 #include "platform/bounds.h"
 
+#include "host/platform/platform.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstdarg>
 #include <cstring>
 #include <string>
+#include <thread>
 
 namespace qel::test {
 namespace {
@@ -146,6 +149,128 @@ TEST(Bounds, formatting_without_a_buffer_or_a_format_fails)
     EXPECT_EQ(snprintf_truncated_s(area.data(), 0, "%d", 1), -1);
     EXPECT_EQ(unchecked(area.data(), 8, nullptr, none), -1);
     EXPECT_EQ(area, kBefore);
+}
+
+TEST(FailText, the_chosen_text_fails_once_and_writes_nothing)
+{
+    for (const std::uint64_t after : {0U, 1U, 2U, 3U}) {
+        const platform::FailText fail(after);
+        for (std::uint64_t i = 0; i < 6; ++i) {
+            SCOPED_TRACE("text " + std::to_string(i) + " with failure after " + std::to_string(after));
+            EXPECT_EQ(fail.fired(), i > after);
+            Area area = kBefore;
+            const int32_t written = i % 2 == 0 ? snprintf_truncated_s(area.data(), 8, "%u", 42U)
+                                               : through_va_list(area.data(), 8, "%u", 42U);
+            EXPECT_EQ(written, i == after ? -1 : 2);
+            EXPECT_EQ(area, i == after ? kBefore : (Area{'4', '2', '\0', 'x', 'x', 'x', 'x', 'x'}));
+        }
+    }
+}
+
+TEST(FailText, counts_texts_that_fail_by_themselves)
+{
+    const platform::FailText fail(1);
+    EXPECT_EQ(snprintf_truncated_s(nullptr, 8, "%d", 1), -1);
+    EXPECT_FALSE(fail.fired());
+    Area area = kBefore;
+    EXPECT_EQ(snprintf_truncated_s(area.data(), 8, "%d", 1), -1);
+    EXPECT_TRUE(fail.fired());
+}
+
+TEST(FailText, ends_with_its_scope)
+{
+    {
+        const platform::FailText fail(0);
+        EXPECT_FALSE(fail.fired());
+    }
+    Area area = kBefore;
+    EXPECT_EQ(snprintf_truncated_s(area.data(), 8, "%d", 1), 1);
+}
+
+TEST(FailText, leaves_other_threads_copies_and_appended_texts_alone)
+{
+    const platform::FailText fail(0);
+    Area area{'a', '\0'};
+    EXPECT_EQ(strcat_s(area.data(), 8, "b"), 0);
+    EXPECT_EQ(memcpy_s(area.data(), 8, kSource, 8), 0);
+    int32_t written = -1;
+    std::thread([&] { written = snprintf_truncated_s(area.data(), 8, "%d", 1); }).join();
+    EXPECT_EQ(written, 1);
+    EXPECT_FALSE(fail.fired());
+}
+
+// Copy, move or fill number `which`, of three bytes.
+int32_t copy_three(std::uint64_t which, Area &area)
+{
+    switch (which % 3) {
+    case 0:
+        return memcpy_s(area.data(), 8, kSource, 3);
+    case 1:
+        return memmove_s(area.data(), 8, kSource, 3);
+    default:
+        return memset_s(area.data(), 8, 'a', 3);
+    }
+}
+
+TEST(FailCopy, the_chosen_copy_fails_once_and_writes_nothing)
+{
+    for (const std::uint64_t after : {0U, 1U, 2U, 3U, 4U, 5U}) {
+        const platform::FailCopy fail(after);
+        for (std::uint64_t i = 0; i < 8; ++i) {
+            SCOPED_TRACE("copy " + std::to_string(i) + " with failure after " + std::to_string(after));
+            EXPECT_EQ(fail.fired(), i > after);
+            Area area = kBefore;
+            EXPECT_EQ(copy_three(i, area) == 0, i != after);
+            Area copied = kBefore;
+            std::memcpy(copied.data(), i % 3 == 2 ? "aaa" : "abc", 3);
+            EXPECT_EQ(area, i == after ? kBefore : copied);
+        }
+    }
+}
+
+TEST(FailCopy, copies_before_and_behind_it_keep_their_rules)
+{
+    for (const std::uint64_t after : {100U, 0U}) {
+        const platform::FailCopy fail(after);
+        Area fails = kBefore;
+        if (after == 0) {
+            EXPECT_NE(copy_three(0, fails), 0);
+        }
+        expect_copy_rules(memcpy_s);
+        expect_copy_rules(memmove_s);
+        Area area = kBefore;
+        EXPECT_NE(memset_s(area.data(), 4, 0, 5), 0);
+        EXPECT_NE(memset_s(area.data(), 0, 0, 0), 0);
+        EXPECT_NE(memset_s(nullptr, 8, 0, 8), 0);
+        EXPECT_EQ(area, kBefore);
+        area = {'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h'};
+        EXPECT_EQ(memmove_s(area.data() + 2, 6, area.data(), 6), 0);
+        EXPECT_EQ(area, (Area{'a', 'b', 'a', 'b', 'c', 'd', 'e', 'f'}));
+        EXPECT_EQ(fail.fired(), after == 0);
+    }
+}
+
+TEST(FailCopy, ends_with_its_scope)
+{
+    {
+        const platform::FailCopy fail(0);
+        EXPECT_FALSE(fail.fired());
+    }
+    Area area = kBefore;
+    EXPECT_EQ(copy_three(0, area), 0);
+    expect_copy_rules(memcpy_s);
+}
+
+TEST(FailCopy, leaves_other_threads_and_texts_alone)
+{
+    const platform::FailCopy fail(0);
+    Area area{'a', '\0'};
+    EXPECT_EQ(strcat_s(area.data(), 8, "b"), 0);
+    EXPECT_EQ(snprintf_truncated_s(area.data(), 8, "%d", 1), 1);
+    int32_t result = 1;
+    std::thread([&] { result = copy_three(0, area); }).join();
+    EXPECT_EQ(result, 0);
+    EXPECT_FALSE(fail.fired());
 }
 
 } // namespace

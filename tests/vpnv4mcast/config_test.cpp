@@ -144,6 +144,14 @@ TEST_F(Vpnv4McastCfg, TheFormOctetIsWrittenBehindTheRdByTheStep)
     }
 }
 
+TEST_F(Vpnv4McastCfg, TheFormOctetOfNoRdIsReported)
+{
+    const platform::Recorder recorder;
+    QEL_VPNV4MCAST_SetVrfRdType(nullptr, 1);
+    ASSERT_EQ(recorder.asserts().size(), 1U);
+    EXPECT_TRUE(recorder.asserts()[0].file.ends_with(kFrameSource));
+}
+
 TEST_F(Vpnv4McastCfg, TheLengthOfTheRdIsTheRoutes)
 {
     Held held({.rd = bytes("0000 6400")});

@@ -142,6 +142,42 @@ TEST_F(Vpnv4McastDisplay, TheScratchOfARouteFailsOnce)
     EXPECT_EQ(platform::usage(kMemHandle).live_blocks, live);
 }
 
+TEST_F(Vpnv4McastDisplay, ARouteWhoseTextCannotBeFormedIsRefusedWithoutAReport)
+{
+    for (const Sections &sections : {whole_route(), bare_route()}) {
+        const Held held(sections);
+        for (const bool heap : {false, true}) {
+            const std::optional<LentBuffer> lent = lend_if(heap, ctx_);
+            const LeakCheck leaks;
+            const platform::FailText failure(0);
+            const Shown got = show(QEL_VPNV4MCAST_MpNlriData2Str, held.info, 60, kIndexBefore, ctx_);
+            EXPECT_TRUE(failure.fired());
+            expect_no_text(got, kFailed);
+            EXPECT_EQ(got.index, kIndexBefore);
+            EXPECT_EQ(got.more, kMoreBefore);
+            EXPECT_EQ(got.allocations, heap ? 1U : 0U);
+            EXPECT_EQ(ctx_->uiInlineBufUsed, heap ? 1U : 0U);
+        }
+    }
+}
+
+// A scratch that can't be cleared or copied out of is reported, and the work goes on.
+TEST_F(Vpnv4McastDisplay, ACopyThatFailsOnTheWayOfATextIsReportedAndTheWorkGoesOn)
+{
+    const Held held(whole_route());
+    for (const std::uint64_t after : {0U, 1U}) { // the clearing, the copy to the caller
+        const platform::FailCopy failure(after);
+        const Shown got = show(QEL_VPNV4MCAST_MpNlriData2Str, held.info, 25, kIndexBefore, ctx_);
+        EXPECT_TRUE(failure.fired());
+        EXPECT_EQ(got.code, 0U);
+        EXPECT_EQ(got.asserts, 1U);
+        EXPECT_EQ(hex(got.buffer),
+                  hex(after == 0 ? text_bytes("10.1.0.0/16(<100:5> 100)") : Bytes(24, kUntouchedOctet) + Bytes(1)));
+        EXPECT_EQ(got.index, 0U);
+        EXPECT_EQ(got.more, 0U);
+    }
+}
+
 TEST_F(Vpnv4McastDisplay, ARouteWithMissingArgumentsIsRefusedWithOneReport)
 {
     for (const Sections &sections : {whole_route(), Sections{}}) {
@@ -202,6 +238,28 @@ TEST_F(Vpnv4McastDisplay, APartOfAnRdThatDoesNotFitIsReportedAndLeftOut)
     }
 }
 
+TEST_F(Vpnv4McastDisplay, AnRdWithoutRoomIsReportedPieceByPieceAndNothingIsWritten)
+{
+    const OddBytes rd(bytes("0000 6400 05000000"));
+    char out = 'x';
+    const platform::Recorder recorder;
+    EXPECT_EQ(QEL_VPNV4MCAST_RdValueToStr(rd.as<QEL_RD_VALUE_S>(), &out, 0), 0U);
+    EXPECT_EQ(out, 'x');
+    EXPECT_EQ(recorder.asserts().size(), 3U);
+}
+
+TEST_F(Vpnv4McastDisplay, NothingIsShownOfAMissingRdOrInAMissingText)
+{
+    const OddBytes rd(bytes(kRdMem));
+    expect_null_arguments_refused(2, kFrameSource, [&](unsigned nulls) {
+        char out = 'x';
+        const std::uint32_t code =
+            QEL_VPNV4MCAST_RdValueToStr(unless(nulls, 0, rd.as<QEL_RD_VALUE_S>()), unless(nulls, 1, &out), 1);
+        EXPECT_EQ(out, 'x');
+        return code;
+    });
+}
+
 // --- communities ----------------------------------------------------------------------------------------------------
 
 struct CommunityText {
@@ -256,14 +314,81 @@ TEST_F(Vpnv4McastDisplay, ACommunityIsShownByItsSubTypeAndItsType)
 TEST_F(Vpnv4McastDisplay, NothingIsShownOfAMissingCommunityOrInAMissingText)
 {
     const OddBytes element(host_list("0002 0064 00000001"));
-    expect_null_arguments_refused(2, kFrameSource, [&](unsigned nulls) {
+    expect_null_arguments_refused(3, kFrameSource, [&](unsigned nulls) {
         std::array<char, 40> out{};
         std::uint32_t length = kUnwritten;
-        const std::uint32_t code = QEL_VPNV4MCAST_ExtCommVal2Str(unless(nulls, 0, element.as<QEL_EXTCOMM_S>()),
-                                                                 unless(nulls, 1, out.data()), 40, &length, 0);
+        const std::uint32_t code =
+            QEL_VPNV4MCAST_ExtCommVal2Str(unless(nulls, 0, element.as<QEL_EXTCOMM_S>()), unless(nulls, 1, out.data()),
+                                          40, unless(nulls, 2, &length), 0);
         EXPECT_EQ(out, (std::array<char, 40>{}));
+        EXPECT_EQ(length, kUnwritten);
         return code;
     });
+}
+
+// Word and value can't be formed in no room: each is reported and has no characters.
+TEST_F(Vpnv4McastDisplay, ACommunityWithoutRoomHasNoCharacters)
+{
+    const OddBytes element(host_list("0202 00010002 0007"));
+    char out = 'x';
+    std::uint32_t length = kUnwritten;
+    const platform::Recorder recorder;
+    EXPECT_EQ(QEL_VPNV4MCAST_ExtCommVal2Str(element.as<QEL_EXTCOMM_S>(), &out, 0, &length, 0), 0U);
+    EXPECT_EQ(length, 0U);
+    EXPECT_EQ(out, 'x');
+    EXPECT_EQ(recorder.asserts().size(), 2U);
+}
+
+struct FailedPiece {
+    std::string_view wire;
+    std::uint64_t after;
+    std::string_view text; // what is left
+};
+
+const FailedPiece kFailedPieces[] = {
+    {"0002 0064 00000001", 0, " <100 : 1>"},
+    {"0002 0064 00000001", 1, "RT"},
+    {"010b 0a000001 0007", 0, " <10.0.0.1 : 7>"},
+    {"010b 0a000001 0007", 1, "Import RT(type:0x0B)"},
+    {"0203 00010002 0007", 0, " <1.2 : 7>"},
+    {"0203 00010002 0007", 1, "SoO"},
+    {"0105 0a000001 0007", 0, ""},
+};
+
+TEST_F(Vpnv4McastDisplay, APieceOfACommunityThatCannotBeFormedIsReportedAndLeftOut)
+{
+    for (const FailedPiece &row : kFailedPieces) {
+        SCOPED_TRACE(row.wire);
+        const OddBytes element(host_list(row.wire));
+        char out[40] = "before";
+        std::uint32_t length = kUnwritten;
+        const platform::Recorder recorder;
+        const platform::FailText failure(row.after);
+        EXPECT_EQ(QEL_VPNV4MCAST_ExtCommVal2Str(element.as<QEL_EXTCOMM_S>(), out, sizeof(out), &length, 0), 0U);
+        EXPECT_TRUE(failure.fired());
+        EXPECT_EQ(std::string_view(out), row.text);
+        EXPECT_EQ(length, row.text.size());
+        ASSERT_EQ(recorder.asserts().size(), 1U);
+        EXPECT_EQ(recorder.asserts()[0].value, UINT64_MAX);
+    }
+}
+
+TEST_F(Vpnv4McastDisplay, TheRestOfACommunityIsShownWhereAPieceCannotBeFormed)
+{
+    for (const FailedPiece &row : kFailedPieces) {
+        SCOPED_TRACE(row.wire);
+        const Held held({.list = host_list(row.wire) + host_list(row.wire)});
+        for (const bool heap : {false, true}) {
+            const std::optional<LentBuffer> lent = lend_if(heap, ctx_);
+            const LeakCheck leaks;
+            const platform::FailText failure(row.after);
+            Shown got = show(QEL_VPNV4MCAST_ExtCommunity2Str, held.info, row.text.size() + 1, 0, ctx_);
+            EXPECT_TRUE(failure.fired());
+            EXPECT_EQ(got.asserts, 1U);
+            got.asserts = 0;
+            expect_text(got, row.text, 1, 1);
+        }
+    }
 }
 
 TEST_F(Vpnv4McastDisplay, CommunitiesAreShownOnePerCall)

@@ -174,6 +174,18 @@ const std::pair<std::string_view, std::string_view> kTargets[] = {{"0002 fde9 00
 constexpr std::string_view kNoTargets[] = {"010a", "010b", "0009", "0000", "0302", "000a", "000b",
                                            "0112", "4002", "8102", "ffff", "0200", "0201"};
 
+TEST_F(Vpnv4McastMessage, ReadingARouteTargetReportsAMissingArgumentAndDoesNothing)
+{
+    const OddBytes from(bytes(kTargets[0].first));
+    const std::uint8_t *cursor = from.data();
+    OddBytes to(Bytes(8, kUntouchedOctet));
+    expect_null_arguments_refused(2, kIrtSource, [&](unsigned nulls) {
+        return QEL_VPNV4MCAST_GetRtValue(unless(nulls, 0, &cursor), unless(nulls, 1, to.as<QEL_EXTCOMM_S>()));
+    });
+    EXPECT_EQ(cursor, from.data());
+    EXPECT_EQ(to.bytes(), Bytes(8, kUntouchedOctet));
+}
+
 TEST_F(Vpnv4McastMessage, ARouteTargetIsReadByItsType)
 {
     const platform::Recorder recorder;

@@ -318,6 +318,19 @@ TEST_F(Vpnv4McastNlri, TheBlockStepTakesTheRdsLengthAndALabelOrNone)
                 {.rd = bytes("0000 6400 0500"), .key = bytes(kKeyMem), .label = label});
 }
 
+TEST_F(Vpnv4McastNlri, TheBlockStepWithoutAContextIsRefusedWithOneReport)
+{
+    const OddBytes rd(bytes(kRdMem));
+    const QEL_VPNV4MCAST_KEY_S key{0x0a010000, 16};
+    expect_null_arguments_refused(1, kFrameSource, [&](unsigned nulls) {
+        QEL_ROUTE_BLOCK_S *result = block_marker();
+        const std::uint32_t code =
+            QEL_VPNV4MCAST_Output(&result, rd.as<QEL_RD_VALUE_S>(), 8, &key, nullptr, unless(nulls, 0, ctx_));
+        EXPECT_EQ(result, block_marker());
+        return code;
+    });
+}
+
 // --- the operation --------------------------------------------------------------------------------------------------
 
 TEST_F(Vpnv4McastNlri, TheOperationKnowsAttributes14And15WithALabelAnd256Without)
@@ -600,6 +613,42 @@ TEST_F(Vpnv4McastNlri, AnRdIsReadByItsType)
         EXPECT_EQ(rd.hex(), hex_of(row.wire));
         EXPECT_TRUE(recorder.asserts().empty());
     }
+}
+
+TEST_F(Vpnv4McastNlri, ReadingAnRdReportsAMissingArgumentAndDoesNothing)
+{
+    const OddBytes wire(bytes("0000 0064 00000005"));
+    const std::uint8_t *cursor = wire.data();
+    OddBytes rd(Bytes(8, kUntouchedOctet));
+    std::uint32_t result = kUnwritten;
+    expect_null_arguments_refused(
+        3, kFrameSource,
+        [&](unsigned nulls) {
+            QEL_VPNV4MCAST_GET_RD_VALUE(unless(nulls, 0, &cursor), unless(nulls, 1, rd.as<QEL_RD_VALUE_S>()),
+                                        unless(nulls, 2, &result));
+            return 0U;
+        },
+        0);
+    EXPECT_EQ(cursor, wire.data());
+    EXPECT_EQ(rd.bytes(), Bytes(8, kUntouchedOctet));
+    EXPECT_EQ(result, kUnwritten);
+}
+
+// The copy that fails leaves the octets that were there, which are then turned like an RD that has been read.
+TEST_F(Vpnv4McastNlri, AnRdWhoseCopyFailsIsReportedAndTheWorkGoesOn)
+{
+    const OddBytes wire(bytes("0000 0064 00000005"));
+    OddBytes rd(bytes("0001 0a0b0c0d 1234"));
+    const std::uint8_t *cursor = wire.data();
+    std::uint32_t result = kUnwritten;
+    const platform::Recorder recorder;
+    const platform::FailCopy failure(0);
+    QEL_VPNV4MCAST_GET_RD_VALUE(&cursor, rd.as<QEL_RD_VALUE_S>(), &result);
+    EXPECT_TRUE(failure.fired());
+    EXPECT_EQ(result, 0U);
+    EXPECT_EQ(cursor, wire.data() + 8);
+    EXPECT_EQ(rd.hex(), hex_of("0100 0d0c0b0a 3412"));
+    EXPECT_EQ(recorder.asserts().size(), 1U);
 }
 
 TEST_F(Vpnv4McastNlri, TurningNoRdIsReported)

@@ -552,6 +552,22 @@ TEST_F(Vpnv4McastPolicy, AddOfNothingToNothingIsAnsweredLikeAFailedAllocation)
     }
 }
 
+// No octet of it is read: together with the route's list it would have no length of 32 bits.
+TEST_F(Vpnv4McastPolicy, AValueOfNearlyFourGigabytesIsLikeNoMemory)
+{
+    const Held held({.list = host_list(kLocal)});
+    const OddBytes given(Bytes(8, 2));
+    for (const std::uint32_t action : {kReplace, kAdd, kDelete}) {
+        for (const std::uint32_t length : {0xffff0001U, 0xfffffff8U, 0xffffffffU}) {
+            const Made got = make([&](auto result) {
+                return QEL_VPNV4MCAST_ApplyExtCommunity(&held.info, action, given.data(), length, result, ctx_);
+            });
+            expect_not_made(got, kOutOfMemory, 1);
+            EXPECT_EQ(got.allocations, 0U);
+        }
+    }
+}
+
 TEST_F(Vpnv4McastPolicy, ActionsThatAreOnlyAcceptedStoreNull)
 {
     for (const std::uint32_t action : {36U, 37U}) {
