@@ -284,6 +284,17 @@ TEST_F(MdtConfig, TheGroupsTextIsCutToTheRoom)
     expect_not_written(none, kFailed, 1);
 }
 
+TEST_F(MdtConfig, AGroupWhoseTextCannotBeFormedIsReportedAndRefused)
+{
+    const Held held({.key = bytes(kKeyMem)});
+    const platform::FailText failure(0);
+    const Configured got = write_config(QEL_MDT_FormatCfgGrpAddr, held.info, 40);
+    EXPECT_TRUE(failure.fired());
+    expect_not_written(got, kFailed, 1);
+    EXPECT_EQ(got.index, 77U);
+    EXPECT_EQ(got.more, kUnwritten);
+}
+
 TEST_F(MdtConfig, TheGroupsTextNeedsTheKey)
 {
     const Configured got = write_config(QEL_MDT_FormatCfgGrpAddr, Held({.rd = bytes(kRdMem)}).info, 40);

@@ -141,6 +141,40 @@ TEST_F(MdtDisplay, TheScratchOfATextFailsOnce)
     }
 }
 
+TEST_F(MdtDisplay, ARouteWhoseTextCannotBeFormedIsRefusedWithoutAReport)
+{
+    const Held held(whole_route());
+    for (const bool heap : {false, true}) {
+        const std::optional<LentBuffer> lent = lend_if(heap, ctx_);
+        const LeakCheck leaks;
+        const platform::FailText failure(0);
+        const Shown got = show(QEL_MDT_MpNlriData2Str, held.info, 100, ctx_, 9);
+        EXPECT_TRUE(failure.fired());
+        expect_nothing(got, kFailed);
+        EXPECT_EQ(got.index, 9U);
+        EXPECT_EQ(got.more, kUnwritten);
+        EXPECT_EQ(ctx_->uiInlineBufUsed, heap ? 1U : 0U);
+    }
+}
+
+// A scratch that can't be cleared or copied out of is reported, and the work goes on.
+TEST_F(MdtDisplay, ACopyThatFailsOnTheWayOfATextIsReportedAndTheWorkGoesOn)
+{
+    const Held held(whole_route());
+    for (const std::uint64_t after : {0U, 1U}) { // the clearing, the copy to the caller
+        const platform::FailCopy failure(after);
+        Shown got = show(QEL_MDT_MpNlriData2Str, held.info, kShown.size() + 1, ctx_, 9);
+        EXPECT_TRUE(failure.fired());
+        EXPECT_EQ(got.asserts, 1U);
+        got.asserts = 0;
+        if (after == 1) {
+            EXPECT_EQ(got.buffer, Bytes(kShown.size(), kUntouchedOctet) + Bytes(1));
+            std::copy(kShown.begin(), kShown.end(), got.buffer.begin());
+        }
+        expect_text(got, kShown, 0, 0);
+    }
+}
+
 TEST_F(MdtDisplay, TheScratchOfATextIsClearedAheadOfIt)
 {
     Sections sections = whole_route();
@@ -233,6 +267,18 @@ TEST_F(MdtDisplay, TheShareGroupsTextIsCutToTheRoom)
     expect_nothing(none, 0);
     EXPECT_EQ(none.index, 0U);
     EXPECT_EQ(none.more, 0U);
+}
+
+// kept: the result of the formatter is not looked at, also where there is no text at all
+TEST_F(MdtDisplay, AShareGroupWhoseTextCannotBeFormedIsNoFailure)
+{
+    const Held held(whole_route());
+    const platform::FailText failure(0);
+    const Shown got = show(QEL_MDT_NonKey2Str, held.info, 40, ctx_, 9);
+    EXPECT_TRUE(failure.fired());
+    expect_nothing(got, 0);
+    EXPECT_EQ(got.index, 0U);
+    EXPECT_EQ(got.more, 0U);
 }
 
 TEST_F(MdtDisplay, ANonKeyWithoutAShareGroupIsReported)
@@ -333,6 +379,16 @@ TEST_F(MdtDisplay, APieceOfAnRdThatDoesNotFitIsReportedAndLeftOut)
         EXPECT_EQ(std::string_view(reinterpret_cast<const char *>(out.data())), row.text);
         EXPECT_EQ(recorder.asserts().size(), row.asserts);
     }
+}
+
+TEST_F(MdtDisplay, AnRdWithoutRoomIsReportedPieceByPieceAndNothingIsWritten)
+{
+    const OddBytes record(bytes("0000 6400 05000000"));
+    char out = 'x';
+    const platform::Recorder recorder;
+    EXPECT_EQ(QEL_MDT_RdValueToStr(record.as<QEL_RD_VALUE_S>(), &out, 0), 0U);
+    EXPECT_EQ(out, 'x');
+    EXPECT_EQ(recorder.asserts().size(), 3U);
 }
 
 TEST_F(MdtDisplay, TheWordOfACommunityFollowsItsSubType)
@@ -460,6 +516,56 @@ TEST_F(MdtDisplay, ACommunitysTextWithoutRoomHasNoCharacters)
     EXPECT_EQ(length, 0U);
     EXPECT_EQ(out, 'x');
     EXPECT_EQ(recorder.asserts().size(), 2U);
+}
+
+struct FailedPiece {
+    std::string_view mem;
+    std::uint64_t after;
+    std::string_view text; // what is left
+};
+
+const FailedPiece kFailedPieces[] = {
+    {"0200 6400 01000000", 0, " <100 : 1>"},
+    {"0200 6400 01000000", 1, "RT"},
+    {"0301 0100000a 0700", 0, " <10.0.0.1 : 7>"},
+    {"0301 0100000a 0700", 1, "SoO"},
+    {"0902 02000100 0700", 0, " <1.2 : 7>"},
+    {"0902 02000100 0700", 1, "Source AS"},
+    {"0a00 6400 01000000", 0, " <100 : 1>"},
+    {"0b00 6400 01000000", 1, "Import RT"},
+    {"1201 0100000a 0700", 0, ""},
+};
+
+TEST_F(MdtDisplay, APieceOfACommunityThatCannotBeFormedIsReportedAndLeftOut)
+{
+    for (const FailedPiece &row : kFailedPieces) {
+        SCOPED_TRACE(row.mem);
+        const OddBytes element(bytes(row.mem));
+        char out[40] = "before";
+        std::uint32_t length = kUnwritten;
+        const platform::Recorder recorder;
+        const platform::FailText failure(row.after);
+        EXPECT_EQ(QEL_MDT_ExtCommVal2Str(element.as<QEL_EXTCOMM_S>(), out, sizeof(out), &length, 0), 0U);
+        EXPECT_TRUE(failure.fired());
+        EXPECT_EQ(std::string_view(out), row.text);
+        EXPECT_EQ(length, row.text.size());
+        ASSERT_EQ(recorder.asserts().size(), 1U);
+        EXPECT_EQ(recorder.asserts()[0].value, UINT64_MAX);
+    }
+}
+
+TEST_F(MdtDisplay, TheRestOfACommunityIsShownWhereAPieceCannotBeFormed)
+{
+    for (const FailedPiece &row : kFailedPieces) {
+        SCOPED_TRACE(row.mem);
+        const Held held({.list = bytes(row.mem) + bytes(row.mem)});
+        const platform::FailText failure(row.after);
+        Shown got = show(QEL_MDT_ExtCommunity2Str, held.info, row.text.size() + 1, ctx_);
+        EXPECT_TRUE(failure.fired());
+        EXPECT_EQ(got.asserts, 1U);
+        got.asserts = 0;
+        expect_text(got, row.text, 1, 1);
+    }
 }
 
 TEST_F(MdtDisplay, WithoutAContextThereIsNoScratchForACommunity)

@@ -305,7 +305,9 @@ TEST_F(MdtMatch, HandlersRefuseMissingArgumentsWithOneReport)
     const Held held(route_with_list());
     const Held bare({});
     for (const HandlerRow &row : kHandlers) {
-        const unsigned count = row.handler == QEL_MDT_ConstructMatchExtCommunity ? 4 : 3;
+        const bool takes_context =
+            row.handler == QEL_MDT_ConstructMatchRd || row.handler == QEL_MDT_ConstructMatchExtCommunity;
+        const unsigned count = takes_context ? 4 : 3;
         for (const QEL_ROUTE_INFO_S *route : {&held.info, &bare.info}) {
             expect_null_arguments_refused(count, kFrameSource, [&](unsigned nulls) {
                 std::array<std::uint8_t, 40> out{};

@@ -2,6 +2,8 @@
 // attribute, a host route that holds one.
 #pragma once
 
+#include "../lent_buffer.h"
+#include "../written.h"
 #include "nlri_cases.h"
 
 #include "ngmvpn/qel_ngmvpn_attribute_pkt.h"
@@ -17,7 +19,6 @@ using AttributeFormatter = decltype(&QEL_NGMVPN_FormatExtCommunity);
 inline constexpr std::uint32_t kNull = 0x50002;
 inline constexpr std::uint32_t kNoMemory = 0x50001;
 inline constexpr std::uint32_t kNoRoom = 4;
-inline constexpr std::uint8_t kUntouchedOctet = 0xee;
 
 // An instance whose scratch is back and whose heap is empty at the end of the test.
 class AttributeTest : public ::testing::Test {
@@ -29,46 +30,7 @@ protected:
     QEL_FAMILY_CTX_S *ctx_ = instance_.ctx;
 };
 
-// Keeps the context's inline buffer lent out, so that scratch comes from the heap.
-class LentBuffer {
-public:
-    explicit LentBuffer(QEL_FAMILY_CTX_S *ctx) : ctx_(ctx), mem_(QEL_NGMVPN_Malloc(ctx, 1))
-    {
-        EXPECT_EQ(mem_, ctx->aucInlineBuf);
-    }
-    ~LentBuffer()
-    {
-        EXPECT_EQ(ctx_->uiInlineBufUsed, 1U);
-        QEL_NGMVPN_Free(&mem_, ctx_);
-    }
-    LentBuffer(const LentBuffer &) = delete;
-    LentBuffer &operator=(const LentBuffer &) = delete;
-
-private:
-    QEL_FAMILY_CTX_S *ctx_;
-    void *mem_;
-};
-
-// Bytes at an odd address that end where their heap block ends.
-class OddBytes {
-public:
-    explicit OddBytes(const Bytes &from) : copy_(Bytes(1) + from) {}
-    std::uint8_t *data() { return copy_.data() + 1; }
-    const std::uint8_t *data() const { return copy_.data() + 1; }
-    std::uint32_t size() const { return copy_.size() - 1; }
-    Bytes bytes() const { return {data(), data() + size()}; }
-    std::string hex() const { return test::hex({data(), size()}); }
-    template <typename Record> Record *as() { return reinterpret_cast<Record *>(data()); }
-    template <typename Record> const Record *as() const { return reinterpret_cast<const Record *>(data()); }
-
-private:
-    ExactCopy copy_;
-};
-
-inline std::string hex_of(std::string_view spaced)
-{
-    return hex(bytes(spaced));
-}
+using LentBuffer = LentBufferOf<QEL_NGMVPN_Malloc, QEL_NGMVPN_Free>;
 
 inline std::uint32_t be16(std::span<const std::uint8_t> from, std::size_t at)
 {
@@ -79,17 +41,6 @@ inline Bytes reversed(std::span<const std::uint8_t> from, std::size_t at, std::s
 {
     const auto part = from.subspan(at, count);
     return {part.rbegin(), part.rend()};
-}
-
-inline Bytes slice(std::span<const std::uint8_t> from, std::size_t at, std::size_t count)
-{
-    const auto part = from.subspan(at, count);
-    return {part.begin(), part.end()};
-}
-
-inline std::uint64_t allocations()
-{
-    return platform::usage(kMemHandle).allocations;
 }
 
 // --- reading --------------------------------------------------------------------------------------------------------
@@ -166,48 +117,17 @@ inline QEL_ROUTE_INFO_S route_holding(std::uint32_t type, const std::uint8_t *se
     return route;
 }
 
-struct Written {
-    std::uint32_t code = 0;
-    std::ptrdiff_t moved = 0;
-    Bytes buffer; // all of it, kUntouchedOctet where nothing was written
-    std::size_t asserts = 0;
-};
-
 // Writes into a buffer of exactly `room` octets at an odd address.
 inline Written write_attribute(AttributeFormatter formatter, QEL_ROUTE_INFO_S route, std::size_t room,
                                QEL_FAMILY_CTX_S *ctx)
 {
-    OddBytes out(Bytes(room, kUntouchedOctet));
-    std::uint8_t *cursor = out.data();
-    const platform::Recorder recorder;
-    Written got;
-    got.code = formatter(&route, &cursor, static_cast<std::uint32_t>(room), ctx);
-    got.moved = cursor - out.data();
-    got.buffer = out.bytes();
-    got.asserts = recorder.asserts().size();
-    return got;
+    return write_octets(room,
+                        [&](auto cursor) { return formatter(&route, cursor, static_cast<std::uint32_t>(room), ctx); });
 }
 
 inline Bytes untouched(std::size_t count)
 {
     return Bytes(count, kUntouchedOctet);
-}
-
-inline void expect_written(const Written &got, const Bytes &wire)
-{
-    EXPECT_EQ(got.code, 0U);
-    EXPECT_EQ(got.moved, std::ssize(wire));
-    EXPECT_EQ(got.asserts, 0U);
-    ASSERT_GE(got.buffer.size(), wire.size());
-    EXPECT_EQ(hex(got.buffer), hex(wire + untouched(got.buffer.size() - wire.size())));
-}
-
-inline void expect_not_written(const Written &got, std::uint32_t code, std::size_t asserts = 0)
-{
-    EXPECT_EQ(got.code, code);
-    EXPECT_EQ(got.moved, 0);
-    EXPECT_EQ(got.asserts, asserts);
-    EXPECT_EQ(got.buffer, untouched(got.buffer.size()));
 }
 
 } // namespace qel::test

@@ -4,6 +4,7 @@
 #include "dirty_heap.h"
 
 #include <numeric>
+#include <optional>
 
 namespace qel::test::dfx {
 namespace {
@@ -402,6 +403,21 @@ TEST_F(Display, AnRdOfAnotherTypeIsRefusedAndNothingIsWritten)
     EXPECT_TRUE(recorder_.asserts().empty());
 }
 
+TEST_F(Display, AnRdTextThatCannotBeFormedIsReportedAndNothingIsWritten)
+{
+    for (const RdText &row : rd_texts()) {
+        SCOPED_TRACE(row.text);
+        std::array<char, 24> out{"x"};
+        recorder_.clear();
+        const platform::FailText failure(0);
+        EXPECT_EQ(QEL_NGMVPN_RdValueToStr(&row.rd, out.data(), out.size()), kNoText);
+        EXPECT_TRUE(failure.fired());
+        ASSERT_EQ(recorder_.asserts().size(), 1U);
+        EXPECT_EQ(recorder_.asserts()[0].value, UINT64_MAX);
+        EXPECT_STREQ(out.data(), "x");
+    }
+}
+
 TEST_F(Display, AnRdTextStaysInsideARoomOfAnySize)
 {
     for (const RdText &row : rd_texts()) {
@@ -541,6 +557,46 @@ TEST_F(Display, AnRdTypeAboveTwoLeavesTheRdTextEmpty)
         const ShownRoute host(rd12(type, 100, 5), intra_key(kKeysOwnRd, o4()));
         expect_shown(run_display(QEL_NGMVPN_MpNlriData2Str, host.route, {.out_len = kRoom}, ctx_),
                      "Route Type: Intra Ipmsi Ad /Orig Route Ip: 192.168.10.11 ");
+    }
+}
+
+// The same route without its RD: what stands between the last blank ahead of the slash and the slash is left out.
+std::string without_rd(const std::string &text)
+{
+    const std::size_t slash = text.find('/');
+    return text.substr(0, text.rfind(' ', slash) + 1) + text.substr(slash);
+}
+
+TEST_F(Display, AnRdTextThatCannotBeFormedIsReportedAndTheRouteShownWithoutIt)
+{
+    for (const RouteText &row : route_texts()) {
+        SCOPED_TRACE(row);
+        const ShownRoute host(row.rd, row.key);
+        const platform::FailText failure(0);
+        expect_shown(run_display(QEL_NGMVPN_MpNlriData2Str, host.route, {.out_len = kRoom}, ctx_), without_rd(row.text),
+                     0, 0, 1);
+        EXPECT_TRUE(failure.fired());
+    }
+}
+
+TEST_F(Display, ARouteWhoseTextCannotBeFormedIsRefusedWithoutAReport)
+{
+    for (const RouteText &row : route_texts()) {
+        SCOPED_TRACE(row);
+        const ShownRoute host(row.rd, row.key);
+        for (const bool heap : {false, true}) {
+            const LeakCheck leaks;
+            std::optional<LentBuffer> lent;
+            if (heap) {
+                lent.emplace(ctx_);
+            }
+            const platform::FailText failure(1);
+            const TextCall got = run_display(QEL_NGMVPN_MpNlriData2Str, host.route, {.out_len = kRoom}, ctx_);
+            expect_nothing_shown(got, kNoText);
+            EXPECT_TRUE(failure.fired());
+            EXPECT_EQ(got.allocations, heap ? 1U : 0U);
+            EXPECT_EQ(ctx_->uiInlineBufUsed, heap ? 1U : 0U);
+        }
     }
 }
 
@@ -742,6 +798,52 @@ TEST_F(Display, ACommunityInNoRoomCannotBeFormedUnlessItIsEmpty)
     }
 }
 
+TEST_F(Display, ALabelOrValueThatCannotBeFormedIsReportedAndTheLengthIsNotWritten)
+{
+    const struct {
+        Community community; // its text: what has been written before the failure
+        std::uint64_t after;
+    } rows[] = {
+        {as2_community(0x0002, 1, 2, "x"), 0},         {as2_community(0x0002, 1, 2, "RT"), 1},
+        {ip4_community(0x0109, 1, 2, "Source AS"), 1}, {ip4_community(0x020b, 1, 2, "Import RT"), 1},
+        {ip4_community(0x0302, 1, 2, "x"), 0},         {ip4_community(0x0101, 1, 2, "x"), 0},
+    };
+    for (const auto &[community, after] : rows) {
+        SCOPED_TRACE(community.text);
+        const OddBytes element(community.element);
+        std::array<char, 64> out{"x"};
+        std::uint32_t length = 77;
+        recorder_.clear();
+        const platform::FailText failure(after);
+        EXPECT_EQ(QEL_NGMVPN_ExtCommVal2Str(element.as<QEL_EXTCOMM_S>(), out.data(), out.size(), &length, 0), kNoText);
+        EXPECT_TRUE(failure.fired());
+        EXPECT_EQ(recorder_.asserts().size(), 1U);
+        EXPECT_EQ(out.data(), community.text);
+        EXPECT_EQ(length, 77U);
+    }
+}
+
+TEST_F(Display, ACommunityThatCannotBeFormedIsReportedAndThePlaceStays)
+{
+    const OddBytes list(list_of(some_communities()));
+    const QEL_ROUTE_INFO_S route = route_with_communities(list.data(), list.size());
+    for (const TextDoor &call : {door(QEL_NGMVPN_ExtCommunity2Str), config_door(QEL_NGMVPN_FormatCfgExtCommunity)}) {
+        for (const std::uint64_t after : {0U, 1U}) {
+            for (const bool heap : {false, true}) {
+                const LeakCheck leaks;
+                std::optional<LentBuffer> lent;
+                if (heap) {
+                    lent.emplace(ctx_);
+                }
+                const platform::FailText failure(after);
+                expect_nothing_shown(call(route, {.out_len = kRoom, .index = 1}), kNoText, 1, 1);
+                EXPECT_TRUE(failure.fired());
+                EXPECT_EQ(ctx_->uiInlineBufUsed, heap ? 1U : 0U);
+            }
+        }
+    }
+}
+
 struct AsText {
     std::uint32_t as;
     std::string dotted;
@@ -868,6 +970,32 @@ TEST_F(Display, AnIpv6CommunityInNoRoomHasNoLengthAndNoFailure)
         EXPECT_EQ(QEL_NGMVPN_IPv6ExtCommVal2Str(element.as<QEL_IPV6_EXTCOMM_S>(), &out, 0, &length), 0U);
         EXPECT_EQ(out, 'x');
         EXPECT_EQ(length, 0U);
+    }
+}
+
+TEST_F(Display, AnIpv6CommunityThatCannotBeFormedIsReportedAndShownAsNothing)
+{
+    const Community rows[] = {some_ipv6_communities()[0], some_ipv6_communities()[2]};
+    for (const Community &row : rows) {
+        SCOPED_TRACE(row.text);
+        const OddBytes list(row.element + row.element);
+        std::array<char, 64> out{"x"};
+        std::uint32_t length = 77;
+        {
+            const platform::FailText failure(0);
+            EXPECT_EQ(QEL_NGMVPN_IPv6ExtCommVal2Str(list.as<QEL_IPV6_EXTCOMM_S>(), out.data(), out.size(), &length),
+                      0U);
+            EXPECT_TRUE(failure.fired());
+        }
+        EXPECT_EQ(recorder_.asserts().size(), 1U);
+        recorder_.clear();
+        EXPECT_STREQ(out.data(), "x");
+        EXPECT_EQ(length, 0U);
+        const platform::FailText failure(0);
+        const QEL_ROUTE_INFO_S route = route_with_ipv6_communities(list.data(), list.size());
+        expect_shown(run_display(QEL_NGMVPN_IPv6ExtCommunity2Str, route, {.out_len = kRoom, .index = 0}, ctx_), "", 1,
+                     1, 1);
+        EXPECT_TRUE(failure.fired());
     }
 }
 
@@ -1101,6 +1229,72 @@ TEST_F(Display, FlagsThatCannotBeFormedAreReported)
     }
 }
 
+// The pieces of a tunnel's text: flags, tunnel, and each opaque byte.
+std::size_t pieces_of(const TunnelText &row)
+{
+    return 2 + (row.section[1] == 2 ? row.section.size() - 20 : 0);
+}
+
+TEST_F(Display, APieceOfATunnelThatCannotBeFormedIsReportedAndTheLengthIsNotWritten)
+{
+    for (const TunnelText &row : shown_tunnels()) {
+        const OddBytes section(row.section);
+        for (std::uint64_t after = 0; after < pieces_of(row); ++after) {
+            SCOPED_TRACE(row.name + ", piece " + std::to_string(after));
+            std::array<char, 512> out{"x"};
+            std::uint32_t length = 77;
+            recorder_.clear();
+            const platform::FailText failure(after);
+            EXPECT_EQ(QEL_NGMVPN_PmsiDataToStr(section.as<QEL_NGMVPN_PMSI_TNL_S>(), out.data(), 512, &length), kNoText);
+            EXPECT_TRUE(failure.fired());
+            ASSERT_EQ(recorder_.asserts().size(), 1U);
+            EXPECT_EQ(recorder_.asserts()[0].value, UINT64_MAX);
+            EXPECT_EQ(length, 77U);
+            const std::string written = out.data();
+            EXPECT_EQ(written, after == 0 ? "x" : row.text().substr(0, written.size()));
+        }
+    }
+}
+
+TEST_F(Display, ATunnelThatCannotBeFormedIsTooLongForTheDisplayAndEmptyForTheConfiguration)
+{
+    for (const TunnelText &row : shown_tunnels()) {
+        const OddBytes section(row.section);
+        const QEL_ROUTE_INFO_S route = route_with_tunnel(section);
+        for (std::uint64_t after = 0; after < pieces_of(row); ++after) {
+            SCOPED_TRACE(row.name + ", piece " + std::to_string(after));
+            {
+                const platform::FailText failure(after);
+                expect_nothing_shown(run_display(QEL_NGMVPN_PmsiTnl2Str, route, {.out_len = 512}, ctx_), kNoRoom, 1);
+                EXPECT_TRUE(failure.fired());
+            }
+            const platform::FailText failure(after);
+            expect_shown(run_config(QEL_NGMVPN_FormatCfgPmsiTnl, route, {.out_len = 512}), "", 0, 0, 1);
+            EXPECT_TRUE(failure.fired());
+        }
+    }
+}
+
+TEST_F(Display, ABierPrefixThatCannotBeCopiedIsAFailureOfTheTunnel)
+{
+    const OddBytes section(bier_tunnels()[1].section);
+    std::array<char, 512> out{"x"};
+    {
+        const platform::FailCopy failure(0);
+        EXPECT_EQ(QEL_NGMVPN_BierPmsiToStr(section.as<QEL_NGMVPN_PMSI_TNL_S>(), out.data(), 512), -1);
+        EXPECT_TRUE(failure.fired());
+    }
+    EXPECT_TRUE(recorder_.asserts().empty()) << "the caller reports it";
+    EXPECT_STREQ(out.data(), "x");
+    std::uint32_t length = 77;
+    const platform::FailCopy failure(0);
+    EXPECT_EQ(QEL_NGMVPN_PmsiDataToStr(section.as<QEL_NGMVPN_PMSI_TNL_S>(), out.data(), 512, &length), kNoText);
+    EXPECT_TRUE(failure.fired());
+    EXPECT_EQ(recorder_.asserts().size(), 1U);
+    EXPECT_STREQ(out.data(), bier_tunnels()[1].head.c_str());
+    EXPECT_EQ(length, 77U);
+}
+
 TEST_F(Display, TheBierStepIsCutByItsRoom)
 {
     for (const TunnelText &row : bier_tunnels()) {
@@ -1180,6 +1374,27 @@ TEST_F(Display, AnOpaqueByteThatCannotBeFormedIsReported)
     EXPECT_EQ(recorder_.asserts().size(), 1U);
 }
 
+TEST_F(Display, BothCountsStandBehindTheLastOpaqueByteThatWasFormed)
+{
+    const OddBytes section(mldp(0, 1, 2, bytes("010203")));
+    for (std::uint32_t after = 0; after < 3; ++after) {
+        SCOPED_TRACE(after);
+        std::array<char, 40> out{};
+        std::uint32_t left = out.size();
+        std::uint32_t length = 40;
+        recorder_.clear();
+        const platform::FailText failure(after);
+        EXPECT_EQ(
+            QEL_NGMVPN_FillLdpOpaquePmsiDataToStr(section.as<QEL_NGMVPN_PMSI_TNL_S>(), out.data(), &left, &length),
+            kNoText);
+        EXPECT_TRUE(failure.fired());
+        EXPECT_EQ(recorder_.asserts().size(), 1U);
+        EXPECT_EQ(std::string(out.data()), std::string("01 02 03 ").substr(0, 3 * after));
+        EXPECT_EQ(left, 40 - 3 * after);
+        EXPECT_EQ(length, 40 + 3 * after);
+    }
+}
+
 // --- non-keys
 // ---------------------------------------------------------------------------------------------------------
 
@@ -1227,6 +1442,22 @@ TEST_F(Display, ANonKeyTextThatDoesNotFitIsOnlyReported)
     const auto need = static_cast<std::uint32_t>(text.size() + 1);
     expect_shown(run_display(QEL_NGMVPN_NonKey2Str, host.route, {.out_len = need}, ctx_), text);
     expect_shown(run_display(QEL_NGMVPN_NonKey2Str, host.route, {.out_len = need + 1}, ctx_), text);
+}
+
+TEST_F(Display, ANonKeyThatCannotBeFormedIsReportedAndRefused)
+{
+    const ShownNonKey host(0x1, 3);
+    for (const bool heap : {false, true}) {
+        const LeakCheck leaks;
+        std::optional<LentBuffer> lent;
+        if (heap) {
+            lent.emplace(ctx_);
+        }
+        const platform::FailText failure(0);
+        expect_nothing_shown(run_display(QEL_NGMVPN_NonKey2Str, host.route, {.out_len = kRoom}, ctx_), kNoText, 1);
+        EXPECT_TRUE(failure.fired());
+        EXPECT_EQ(ctx_->uiInlineBufUsed, heap ? 1U : 0U);
+    }
 }
 
 TEST_F(Display, ANonKeyWithoutItsTypeIsReported)
@@ -1284,6 +1515,25 @@ TEST_F(Display, APrefixSidOfAnotherBehaviorHasAnEmptyText)
     for (const std::uint16_t behavior : std::array<std::uint16_t, 6>{0, 67, 70, 0x4444, 0x4500, 0xffff}) {
         const OddBytes section(prefix_sid(behavior, "20010db8000000000000000000000a01"));
         expect_no_sid_text(door(QEL_NGMVPN_PfxSidAttr2Str), route_holding(40, section.data(), section.size()));
+    }
+}
+
+TEST_F(Display, ASidThatCannotBeFormedIsRefusedWithoutAReportBehindAnEmptyText)
+{
+    for (const SidText &row : shown_sids()) {
+        SCOPED_TRACE(row);
+        const OddBytes section(row.section);
+        const QEL_ROUTE_INFO_S route = route_holding(row.type, section.data(), section.size());
+        for (const TextDoor &call :
+             {door(sid_handler(row.type)),
+              config_door(row.type == 40 ? QEL_NGMVPN_FormatCfgPrefixSid : QEL_NGMVPN_FormatCfgMsid)}) {
+            const platform::FailText failure(0);
+            TextCall got = call(route, {.out_len = kRoom});
+            EXPECT_TRUE(failure.fired());
+            EXPECT_EQ(got.code, kNoText);
+            got.code = 0;
+            expect_shown(got, "");
+        }
     }
 }
 
@@ -1350,6 +1600,40 @@ TEST_F(DisplayScratch, WithoutOneTheCodeIsThreeAndReported)
         expect_nothing_shown(run_display(row.handler, row.route, {.out_len = kRoom, .index = 0}, ctx_), kNoScratch, 1,
                              0);
         EXPECT_TRUE(no_memory.fired());
+    }
+}
+
+TEST_F(DisplayScratch, OneThatCannotBeClearedIsReportedAndUsed)
+{
+    for (const Shown &row : rows_) {
+        SCOPED_TRACE(row.name);
+        const platform::FailCopy failure(0);
+        expect_shown(run_display(row.handler, row.route, {.out_len = kRoom, .index = 0}, ctx_), row.text,
+                     row.index_after, 0, 1);
+        EXPECT_TRUE(failure.fired());
+        EXPECT_EQ(ctx_->aucInlineBuf[255], 'Z') << "what an earlier user left there";
+        EXPECT_EQ(ctx_->uiInlineBufUsed, 0U);
+    }
+}
+
+// Behind the clearing comes the copy to the caller: the NUL is put by hand, but for the non-key, which copies it too.
+TEST_F(DisplayScratch, ACopyToTheCallerThatFailsIsReportedAndTheWorkGoesOn)
+{
+    for (const Shown &row : rows_) {
+        SCOPED_TRACE(row.name);
+        const platform::FailCopy failure(1);
+        const TextCall got = run_display(row.handler, row.route, {.out_len = kRoom, .index = 0}, ctx_);
+        EXPECT_TRUE(failure.fired());
+        EXPECT_EQ(got.code, 0U);
+        EXPECT_EQ(got.asserts, 1U);
+        std::string room = filled(kRoom);
+        if (row.name != "non-key") {
+            room[row.text.size()] = '\0';
+        }
+        EXPECT_EQ(got.room, room);
+        EXPECT_EQ(got.index, row.index_after);
+        EXPECT_EQ(got.more, 0U);
+        EXPECT_EQ(ctx_->uiInlineBufUsed, 0U);
     }
 }
 

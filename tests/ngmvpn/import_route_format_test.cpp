@@ -316,6 +316,18 @@ TEST_F(ImportRouteKeyWriter, WithNeitherRecordNorKeyTheRouteIsRefusedAndItsForms
     }
 }
 
+TEST_F(ImportRouteKeyWriter, ARouteThatIsMissingIsReportedAndNothingIsWritten)
+{
+    OddBytes out(untouched(100));
+    std::uint8_t *cursor = out.data();
+    const platform::Recorder recorder;
+    EXPECT_EQ(QEL_NGMVPN_FormatMcImportRouteNlri(nullptr, &cursor, 100, ctx_), kNull);
+    EXPECT_EQ(recorder.asserts().size(), 1U);
+    EXPECT_TRUE(recorder.debugs().empty());
+    EXPECT_EQ(cursor, out.data());
+    EXPECT_EQ(out.bytes(), untouched(100));
+}
+
 TEST_F(ImportRouteKeyWriter, APolicyIdNeedsAKeyToo)
 {
     const HostRoute host({.key = std::nullopt, .policy_id = kPolicy});

@@ -769,6 +769,20 @@ TEST_F(ImportRouteKeyStep, TheBlockHasTheSectionsThatAreGiven)
     }
 }
 
+TEST_F(ImportRouteKeyStep, TheBlockStepReportsNullArgumentsOnce)
+{
+    const auto record = zeroed<QEL_NGMVPN_IMPORT_ATTR_S>();
+    const QEL_NGMVPN_IMPORT_ATTR_S *const held = &record;
+    QEL_ROUTE_BLOCK_S *result = nullptr;
+    std::uint32_t more = kUnwritten;
+    expect_null_arguments_refused(2, [&](unsigned nulls) {
+        return QEL_NGMVPN_OutPutNlriKey(held, nullptr, nullptr, 12, 15, &result, unless(nulls & 1U, &more),
+                                        unless(nulls & 2U, ctx_));
+    });
+    EXPECT_EQ(result, nullptr);
+    EXPECT_EQ(more, kUnwritten);
+}
+
 TEST_F(ImportRouteKeyStep, TheMoreWordOfTheBlockDoesNotWrapAt256)
 {
     const auto record = zeroed<QEL_NGMVPN_IMPORT_ATTR_S>();

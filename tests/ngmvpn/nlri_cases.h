@@ -2,7 +2,7 @@
 // parsers, formatters and compares.
 #pragma once
 
-#include "../support.h"
+#include "../octets.h"
 
 #include "ngmvpn/qel_ngmvpn_nlri.h"
 #include "ngmvpn/qel_ngmvpn_records.h"
@@ -541,12 +541,6 @@ inline Parsed parse_route(const NgmvpnInstance &instance, std::span<const std::u
     return run_parser(octets, 0, [&](const std::uint8_t **cursor, QEL_ROUTE_BLOCK_S **result, std::uint32_t *more) {
         return QEL_NGMVPN_ParseMpNlri(cursor, static_cast<std::uint32_t>(octets.size()), result, more, instance.ctx);
     });
-}
-
-inline Bytes operator+(Bytes left, const Bytes &right)
-{
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
 }
 
 // The whole block of a route: header, RD, key, non-key.

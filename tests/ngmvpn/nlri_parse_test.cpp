@@ -1038,6 +1038,24 @@ Parsed call(Parser parser, const NgmvpnInstance &instance, const Bytes &octets, 
     });
 }
 
+// The step refuses by itself, before anything is read, what the operation refuses ahead of it.
+TEST(NlriParse, ALeafOfAnSpmsiLongerThanAnyRouteIsMalformed)
+{
+    const NgmvpnInstance instance(kMvpn4);
+    instance.desc.pfSetLibDebug(5, 6, instance.ctx);
+    for (const std::uint32_t length : {77U, 255U, 256U, 276U, 0xffffffffU}) {
+        SCOPED_TRACE(length);
+        const Parsed got = run_parser(Bytes(300), 0, [&](auto cursor, auto result, auto more) {
+            return QEL_NGMVPN_ParseSpmsiLeaf(cursor, length, length, result, more, 1, instance.ctx);
+        });
+        EXPECT_EQ(got.code, kMalformed);
+        EXPECT_EQ(got.moved, 0);
+        EXPECT_FALSE(got.block);
+        ASSERT_EQ(got.debugs.size(), 1U);
+        EXPECT_EQ(message(got.debugs[0]), "QEL_NGMVPN_ParseSpmsiLeaf, spmsi leaf ad len err " + std::to_string(length));
+    }
+}
+
 TEST(NlriParse, TheParsersFileARouteWithTheRdKindThatTheyAreGiven)
 {
     const LeakCheck leaks;
@@ -1273,6 +1291,18 @@ TEST(NlriParse, AWildcardHasTwoWireForms)
             octets.erase(octets.begin());
             EXPECT_EQ(read_addr(QEL_NGMVPN_GetAddrAndLenWhenZero, hex(octets), hint, 0).ret, kMalformed);
         }
+    }
+}
+
+TEST(NlriParse, AWildcardOfAnUnknownHintIsMalformedAndWritesNothingElse)
+{
+    for (const std::uint8_t hint : std::array<std::uint8_t, 3>{3, 4, 255}) {
+        const AddrRead step = read_addr(QEL_NGMVPN_GetAddrAndLenWhenZero, kZero16, hint, 0);
+        EXPECT_EQ(step.ret, kMalformed);
+        EXPECT_EQ(step.consumed, 0xee);
+        EXPECT_EQ(step.family, 0xeeee);
+        EXPECT_EQ(step.moved, 0);
+        EXPECT_EQ(read_addr(QEL_NGMVPN_GetAddrAndLen, "00" + kZero16, hint).ret, kMalformed);
     }
 }
 

@@ -6,7 +6,6 @@
 
 #include "ngmvpn/qel_ngmvpn_policy.h"
 
-#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,29 +33,6 @@ inline Log log_of(const platform::Recorder &recorder)
         out.push_back(text.starts_with(prefix) && numbered ? text.substr(end + 2) : "no prefix: " + text);
     }
     return out;
-}
-
-// The whole elements of a list from wire to host order; what is left behind the last one stays.
-inline Bytes host_list(const Bytes &wire)
-{
-    Bytes out = wire;
-    const auto turn = [&out](std::size_t from, std::size_t count) {
-        const auto start = out.begin() + static_cast<std::ptrdiff_t>(from);
-        std::reverse(start, start + static_cast<std::ptrdiff_t>(count));
-    };
-    for (std::size_t at = 0; at + 8 <= wire.size(); at += 8) {
-        const std::uint32_t type = be16(wire, at);
-        const std::size_t first = type == 0x0002 || type == 0x0009 ? 2 : 4;
-        turn(at, 2);
-        turn(at + 2, first);
-        turn(at + 2 + first, 6 - first);
-    }
-    return out;
-}
-
-inline Bytes host_list(std::string_view wire)
-{
-    return host_list(bytes(wire));
 }
 
 // Runs `call(nulls)` for every choice of missing arguments out of `count`; bit i of `nulls` means that argument i is

@@ -785,6 +785,19 @@ TEST_F(CommunityStep, EverySegmentedNextHopIsRemoved)
     expect_reports(0);
 }
 
+TEST_F(CommunityStep, AMoveThatFailsOnTheWayOfARemovalIsReportedAndTheElementCounted)
+{
+    OddBytes list(host_list(kSnhArrived + kTarget + kTarget2));
+    std::uint16_t length = 0x7777;
+    const platform::FailCopy failure(0);
+    EXPECT_EQ(QEL_NGMVPN_ExtComRemoveSnh(list.data(), list.size(), &length), 0U);
+    EXPECT_TRUE(failure.fired());
+    EXPECT_EQ(length, 16);
+    EXPECT_EQ(list.bytes(), host_list(kSnhArrived + kTarget2 + kTarget2));
+    ASSERT_EQ(recorder_.asserts().size(), 1U);
+    EXPECT_EQ(recorder_.asserts()[0].value, 8U);
+}
+
 TEST_F(CommunityStep, ARestOfLessThanOneElementIsNotCounted)
 {
     const Bytes rest = slice(host_list(kTarget2), 0, 7);

@@ -221,6 +221,44 @@ TEST_F(NgmvpnDebug, AMessageThatCannotBeFormattedIsReportedAndGoesOut)
     EXPECT_EQ(recorder_.debugs()[0].text.substr(0, 17), "[MCAST][Line:44]:");
 }
 
+TEST_F(NgmvpnDebug, AMessageThatCannotBeFormedAtAllIsReportedAndItsPrefixGoesOut)
+{
+    turn_on();
+    const platform::FailText failure(1);
+    QEL_NGMVPN_Debug(ctx_, 44, "%d", 7);
+    EXPECT_TRUE(failure.fired());
+    ASSERT_EQ(recorder_.asserts().size(), 1U);
+    EXPECT_EQ(recorder_.asserts()[0].value, UINT64_MAX);
+    expect_lines({""});
+}
+
+TEST_F(NgmvpnDebug, APrefixThatCannotBeFormedIsLeftOutWithoutAReport)
+{
+    turn_on();
+    const platform::FailText failure(0);
+    QEL_NGMVPN_Debug(ctx_, 44, "%d", 7);
+    EXPECT_TRUE(failure.fired());
+    EXPECT_TRUE(recorder_.asserts().empty());
+    ASSERT_EQ(recorder_.debugs().size(), 1U);
+    EXPECT_EQ(recorder_.debugs()[0].text, "7");
+}
+
+// The buffer is cleared before anything is asked, so that this is reported also while debug output is off.
+TEST_F(NgmvpnDebug, ABufferThatCannotBeClearedIsReportedEvenWhileDebugIsOff)
+{
+    for (const bool on : {false, true}) {
+        if (on) {
+            turn_on();
+        }
+        recorder_.clear();
+        const platform::FailCopy failure(0);
+        QEL_NGMVPN_Debug(ctx_, 44, "%d", 7);
+        EXPECT_TRUE(failure.fired());
+        EXPECT_EQ(recorder_.asserts().size(), 1U);
+        expect_lines(on ? std::vector<std::string>{"7"} : std::vector<std::string>{});
+    }
+}
+
 TEST_F(NgmvpnDebug, PrintMemShowsTheFullGroupsOfEightBytes)
 {
     turn_on();
