@@ -1,11 +1,11 @@
 // What one path attribute of a route costs in the library, beside the floor: the buffers that the contract asks for,
 // allocated, cleared, filled and given back, and a text formed in one call.
+#include "bench/samples.h"
 #include "bench/table.h"
 
 #include "host/family.h"
 #include "host/route.h"
 #include "platform/bounds.h"
-#include "platform/zvk.h"
 #include "qel_byteorder.h"
 
 #include <fmt/format.h>
@@ -21,8 +21,6 @@
 
 namespace qel::bench {
 namespace {
-
-constexpr std::uint32_t kMemHandle = 3;
 
 // How the library treats an attribute: the floor has the same buffers.
 struct Codec {
@@ -107,17 +105,6 @@ std::vector<AttributeForm> make_forms()
     forms.push_back(
         {"msid structure", kMsid, bytes("01 0019 00 20010db8001200000000000000000001 01 0005 00 40 10 0000")});
     return forms;
-}
-
-struct PlatformFree {
-    void operator()(void *mem) const { ZVK_Free_F(mem, __FILE__, __LINE__); }
-};
-using Buffer = std::unique_ptr<std::uint8_t, PlatformFree>;
-
-Buffer allocate(std::size_t size)
-{
-    return Buffer(static_cast<std::uint8_t *>(
-        ZVK_SimpleAlloc_F(kMemHandle, static_cast<std::uint32_t>(size), __FILE__, __LINE__)));
 }
 
 // One attribute, parsed once: what the operations take and what the floors copy.

@@ -1,12 +1,12 @@
 // What the import side costs in the library: the walk over a route's cross values, the TLVs that carry them, their
 // compare. The floor of a walk is an allocation, a copy and a free for each value, and for a rewritten one the scratch
 // that it is rewritten in, cleared and filled.
+#include "bench/samples.h"
 #include "bench/table.h"
 
 #include "host/family.h"
 #include "host/route.h"
 #include "platform/bounds.h"
-#include "platform/zvk.h"
 
 #include <array>
 #include <cstring>
@@ -22,35 +22,10 @@ namespace {
 
 using Octets = std::span<const std::uint8_t>;
 
-constexpr std::uint32_t kMemHandle = 3;
 constexpr std::uint32_t kCompareCross = 16;
 
 constexpr std::size_t kJoinScratch = 20;
 constexpr std::size_t kLeafScratch = 79;
-
-struct PlatformFree {
-    void operator()(void *mem) const { ZVK_Free_F(mem, __FILE__, __LINE__); }
-};
-using Buffer = std::unique_ptr<std::uint8_t, PlatformFree>;
-
-Buffer allocate(std::size_t size)
-{
-    return Buffer(static_cast<std::uint8_t *>(
-        ZVK_SimpleAlloc_F(kMemHandle, static_cast<std::uint32_t>(size), __FILE__, __LINE__)));
-}
-
-host::BlockPtr read_block(const host::Family &family, const Bytes &wire, std::uint32_t attribute)
-{
-    const std::uint8_t *cursor = wire.data();
-    QEL_ROUTE_BLOCK_S *block = nullptr;
-    std::uint32_t more = 0;
-    if (family.desc().pfParsePkt(&cursor, static_cast<std::uint32_t>(wire.size()), 0, attribute, &block, &more,
-                                 family.ctx()) != QEL_OK ||
-        block == nullptr) {
-        fail("a route is not taken");
-    }
-    return host::BlockPtr(block);
-}
 
 // ---- the walk ----
 
@@ -316,14 +291,6 @@ private:
     Bytes b_;
     Bytes twin_;
 };
-
-template <class Sample, auto kMember, class Form> std::function<void(benchmark::State &)> member(const Form &form)
-{
-    return [&form](benchmark::State &state) {
-        Sample sample(form);
-        measure(state, [&] { return (sample.*kMember)(); });
-    };
-}
 
 std::vector<Line> lines()
 {

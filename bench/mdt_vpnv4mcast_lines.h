@@ -3,12 +3,12 @@
 // for: buffers allocated, cleared, filled and given back, octets copied, a text formed in one call.
 #pragma once
 
+#include "bench/samples.h"
 #include "bench/table.h"
 
 #include "host/family.h"
 #include "host/route.h"
 #include "platform/bounds.h"
-#include "platform/zvk.h"
 #include "qel_byteorder.h"
 
 #include <array>
@@ -26,23 +26,11 @@ namespace qel::bench {
 
 using Octets = std::span<const std::uint8_t>;
 
-constexpr std::uint32_t kMemHandle = 3;
 constexpr std::size_t kElement = 8;
 constexpr std::size_t kText = 256;
 constexpr std::uint32_t kPrefixMessage = 1; // types of the messages between two instances of a router
 constexpr std::uint32_t kTargetMessage = 6;
 constexpr std::uint32_t kListMessage = 11;
-
-struct PlatformFree {
-    void operator()(void *mem) const { ZVK_Free_F(mem, __FILE__, __LINE__); }
-};
-using Buffer = std::unique_ptr<std::uint8_t, PlatformFree>;
-
-inline Buffer allocate(std::size_t size)
-{
-    return Buffer(static_cast<std::uint8_t *>(
-        ZVK_SimpleAlloc_F(kMemHandle, static_cast<std::uint32_t>(size), __FILE__, __LINE__)));
-}
 
 // A block allocated, cleared and filled.
 inline host::BlockPtr filled_block(std::initializer_list<Octets> sections)
@@ -62,18 +50,6 @@ inline host::BlockPtr filled_block(std::initializer_list<Octets> sections)
     }
     void *mem = block.release();
     return host::BlockPtr(static_cast<QEL_ROUTE_BLOCK_S *>(mem));
-}
-
-// As many route targets, and behind them as many other communities, on the wire and in order.
-inline Bytes communities(std::size_t targets, std::size_t others, std::uint32_t first = 1)
-{
-    Bytes list;
-    for (std::size_t i = 0; i < targets + others; ++i) {
-        const Bytes element = bytes(i < targets ? "0002 0064 00000000" : "0009 0064 00000000");
-        list.insert(list.end(), element.begin(), element.end());
-        QEL_StoreBe32(&list[list.size() - 4], first + static_cast<std::uint32_t>(i));
-    }
-    return list;
 }
 
 inline std::uint32_t length_of(const auto &octets)

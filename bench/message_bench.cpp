@@ -236,14 +236,6 @@ private:
     BlockFloor floor_;
 };
 
-template <class Operation, auto kMember, class Form> std::function<void(benchmark::State &)> member(const Form &form)
-{
-    return [&form](benchmark::State &state) {
-        Operation operation(form);
-        measure(state, [&] { return (operation.*kMember)(); });
-    };
-}
-
 std::vector<Line> lines()
 {
     std::vector<Line> all;

@@ -2,13 +2,13 @@
 // its log, which are cleared whether or not anybody reads them.
 #pragma once
 
+#include "bench/samples.h"
 #include "bench/table.h"
 
 #include "host/family.h"
 #include "host/platform/platform.h"
 #include "host/route.h"
 #include "platform/bounds.h"
-#include "platform/zvk.h"
 
 #include <array>
 #include <cstring>
@@ -18,19 +18,7 @@
 
 namespace qel::bench {
 
-constexpr std::uint32_t kMemHandle = 3;
 constexpr std::size_t kInline = 256; // scratch up to here costs no allocation, once at a time
-
-struct PlatformFree {
-    void operator()(void *mem) const { ZVK_Free_F(mem, __FILE__, __LINE__); }
-};
-using Buffer = std::unique_ptr<std::uint8_t, PlatformFree>;
-
-inline Buffer allocate(std::size_t size)
-{
-    return Buffer(static_cast<std::uint8_t *>(
-        ZVK_SimpleAlloc_F(kMemHandle, static_cast<std::uint32_t>(size), __FILE__, __LINE__)));
-}
 
 constexpr std::size_t kLogText = 700;
 

@@ -1,14 +1,13 @@
 // What routing policy costs in the library: the match buffer and the three actions on the community list, beside the
 // buffers that the contract asks for, allocated, cleared, filled and given back. A message clears its buffer whether or
 // not anybody reads it, so the floor has that too.
+#include "bench/samples.h"
 #include "bench/table.h"
 
 #include "host/family.h"
 #include "host/route.h"
 #include "ngmvpn/qel_ngmvpn_policy.h"
 #include "platform/bounds.h"
-#include "platform/zvk.h"
-#include "qel_byteorder.h"
 
 #include <fmt/format.h>
 
@@ -23,21 +22,9 @@
 namespace qel::bench {
 namespace {
 
-constexpr std::uint32_t kMemHandle = 3;
 constexpr std::size_t kElement = 8;
 constexpr std::size_t kInline = 256; // scratch up to here costs no allocation, once at a time
 constexpr std::size_t kMessage = 700;
-
-struct PlatformFree {
-    void operator()(void *mem) const { ZVK_Free_F(mem, __FILE__, __LINE__); }
-};
-using Buffer = std::unique_ptr<std::uint8_t, PlatformFree>;
-
-Buffer allocate(std::size_t size)
-{
-    return Buffer(static_cast<std::uint8_t *>(
-        ZVK_SimpleAlloc_F(kMemHandle, static_cast<std::uint32_t>(size), __FILE__, __LINE__)));
-}
 
 void clear_messages(std::size_t count)
 {
@@ -46,31 +33,6 @@ void clear_messages(std::size_t count)
         memset_s(text.data(), text.size(), 0, text.size());
         benchmark::DoNotOptimize(text.data());
     }
-}
-
-// As many route targets, and behind them as many other communities, on the wire and in order.
-Bytes communities(std::size_t targets, std::size_t others, std::uint32_t first = 1)
-{
-    Bytes list;
-    for (std::size_t i = 0; i < targets + others; ++i) {
-        const Bytes element = bytes(i < targets ? "0002 0064 00000000" : "0009 0064 00000000");
-        list.insert(list.end(), element.begin(), element.end());
-        QEL_StoreBe32(&list[list.size() - 4], first + static_cast<std::uint32_t>(i));
-    }
-    return list;
-}
-
-host::BlockPtr read_block(const host::Family &family, const Bytes &wire, std::uint32_t attribute)
-{
-    const std::uint8_t *cursor = wire.data();
-    QEL_ROUTE_BLOCK_S *block = nullptr;
-    std::uint32_t more = 0;
-    if (family.desc().pfParsePkt(&cursor, static_cast<std::uint32_t>(wire.size()), 0, attribute, &block, &more,
-                                 family.ctx()) != QEL_OK ||
-        block == nullptr) {
-        fail("a route is not taken");
-    }
-    return host::BlockPtr(block);
 }
 
 // An Intra I-PMSI A-D route with communities.
@@ -335,14 +297,6 @@ private:
     host::Route route_;
     QEL_RTP_ENTRY_S entry_{};
 };
-
-template <class Sample, auto kMember, class Form> std::function<void(benchmark::State &)> member(const Form &form)
-{
-    return [&form](benchmark::State &state) {
-        Sample sample(form);
-        measure(state, [&] { return (sample.*kMember)(); });
-    };
-}
 
 std::vector<Line> lines()
 {

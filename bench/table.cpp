@@ -64,7 +64,7 @@ private:
 // Callgrind's count of a run of few and of a run of many iterations: what they differ by belongs to the iterations
 // alone.
 constexpr benchmark::IterationCount kFewIterations = 10;
-constexpr benchmark::IterationCount kManyIterations = 1010;
+constexpr benchmark::IterationCount kManyIterations = 110;
 
 void register_counted(const std::string &name, const std::function<void(benchmark::State &)> &work)
 {

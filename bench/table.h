@@ -37,6 +37,15 @@ template <class Work> void measure(benchmark::State &state, Work work)
     }
 }
 
+// A line's side that is a member of a sample of a form.
+template <class Sample, auto kMember, class Form> std::function<void(benchmark::State &)> member(const Form &form)
+{
+    return [&form](benchmark::State &state) {
+        Sample sample(form);
+        measure(state, [&] { return (sample.*kMember)(); });
+    };
+}
+
 // The fastest run of each line in ns.
 class Results {
 public:

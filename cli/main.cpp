@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <iostream>
 
 namespace {
 
@@ -27,8 +28,15 @@ int run(int argc, char **argv)
                                           add_relay(program), add_segment(program)};
     try {
         program.parse(argc, argv);
-    } catch (const CLI::ParseError &error) {
+    } catch (const CLI::RequiredError &error) {
+        if (program.get_subcommands().empty() && argc > 1) {
+            std::fprintf(stderr, "qel-mcast: %s is no command of it; qel-mcast --help names them\n", argv[1]);
+            return kExitUsage;
+        }
         return program.exit(error) == 0 ? kExitClean : kExitUsage;
+    } catch (const CLI::ParseError &error) {
+        const bool clean = program.exit(error) == 0; // help and version are no errors, if they can be written
+        return !clean ? kExitUsage : std::cout.flush() ? kExitClean : kExitFindings;
     }
     const auto *command =
         std::find_if(commands.begin(), commands.end(), [](const Command &each) { return each.app->parsed(); });

@@ -7,9 +7,13 @@
 #include <fmt/format.h>
 
 #include <cerrno>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <string>
+#include <system_error>
 
 #include <unistd.h>
 
@@ -21,6 +25,20 @@ struct Arguments {
     bool log = false;
     std::string file;
 };
+
+// Opens the file; what kept it from that, or nothing.
+std::string why_not_readable(const std::string &file, std::ifstream &opened)
+{
+    std::error_code unknown;
+    if (std::filesystem::is_directory(file, unknown)) {
+        return std::strerror(EISDIR);
+    }
+    opened.open(file);
+    if (!opened) {
+        return std::strerror(errno);
+    }
+    return opened.peek() == std::ifstream::traits_type::eof() ? "empty input" : "";
+}
 
 int run_segment(const Arguments &arguments)
 {
@@ -34,9 +52,8 @@ int run_segment(const Arguments &arguments)
     try {
         std::ifstream opened;
         if (arguments.file != "-") {
-            opened.open(arguments.file);
-            if (!opened) {
-                terminal.message(arguments.file + ": cannot be read");
+            if (const std::string reason = why_not_readable(arguments.file, opened); !reason.empty()) {
+                terminal.message(fmt::format("{}: cannot be read: {}", arguments.file, reason));
                 return kExitFindings;
             }
         }

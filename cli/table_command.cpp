@@ -73,7 +73,8 @@ Command add_policy(CLI::App &program)
             "route targets go")
         ->check(CLI::IsMember(&kinds))
         ->required();
-    add_parsed(*policy, "--rt", "A route target of the action, such as 100:1, 192.0.2.1:5 or 70000:5",
+    add_parsed(*policy, "--rt",
+               "A route target of the action, such as 100:1, 192.0.2.1:5 or 70000:5; may be given again. add needs one",
                host::route_target_octets,
                [arguments](const std::array<std::uint8_t, host::kCommunitySize> &octets) {
                    arguments->communities.insert(arguments->communities.end(), octets.begin(), octets.end());

@@ -51,7 +51,7 @@ void Terminal::message(std::string_view text)
     clear_progress();
     line_.clear();
     host::append(line_, "qel-mcast: ");
-    host::append(line_, text);
+    host::append_visible(line_, text);
     line_.push_back('\n');
     write({line_.data(), line_.size()});
 }

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <memory>
 #include <numeric>
+#include <span>
 #include <vector>
 
 namespace qel::fuzz {
@@ -179,5 +180,28 @@ private:
     platform::HandleUsage before_ = platform::usage(kMemHandle);
     std::uint64_t asserts_ = platform::assert_count();
 };
+
+// What an input is for: its first octet picks one of them.
+using Branch = void (*)(Fields);
+
+// One input: the octets behind the first one go to the branch that it picks.
+inline int run_branch(std::span<const Branch> branches, Octets input)
+{
+    static_cast<void>(instance_of(Kind::plain)); // their contexts stay
+    if (!input.empty()) {
+        branches[input[0] % branches.size()](Fields(input.subspan(1)));
+    }
+    return 0;
+}
+
+// The same, and nothing stays allocated behind it.
+inline int run_branch_without_loss(std::span<const Branch> branches, Octets input)
+{
+    static_cast<void>(instance_of(Kind::plain));
+    const Effect effect;
+    run_branch(branches, input);
+    require(effect.blocks() == 0 && effect.bytes() == 0, "nothing stays allocated");
+    return 0;
+}
 
 } // namespace qel::fuzz

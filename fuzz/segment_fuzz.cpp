@@ -714,21 +714,12 @@ void run_out(Fields fields)
     check_written(family, route, form);
 }
 
-void run(Octets input)
-{
-    if (input.empty()) {
-        return;
-    }
-    static constexpr std::array doors{run_pair, run_pair, run_flat, run_flat_again, run_action, run_decision, run_out};
-    doors[input[0] % doors.size()](Fields(input.subspan(1)));
-}
+constexpr Branch kBranches[] = {run_pair, run_pair, run_flat, run_flat_again, run_action, run_decision, run_out};
 
 } // namespace
 } // namespace qel::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    static_cast<void>(qel::fuzz::instance_of(qel::fuzz::Kind::plain)); // their contexts stay
-    qel::fuzz::run({data, size});
-    return 0;
+    return qel::fuzz::run_branch(qel::fuzz::kBranches, {data, size});
 }

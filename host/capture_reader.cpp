@@ -32,10 +32,20 @@ ssize_t read_source(void *source, char *to, std::size_t room)
     return static_cast<ByteSource *>(source)->read(to, room);
 }
 
+// A stream asks where its source stands to know where it stands itself; it goes nowhere else.
+int tell_source(void *source, off64_t *offset, int whence)
+{
+    if (*offset != 0 || whence != SEEK_CUR) {
+        return -1;
+    }
+    *offset = static_cast<off64_t>(static_cast<ByteSource *>(source)->octets_read());
+    return 0;
+}
+
 // Gives libpcap the source, the octets already looked at included, as a stream that it closes with the capture.
 Capture open_capture(ByteSource &source, std::string &error)
 {
-    constexpr cookie_io_functions_t kReadOnly{read_source, nullptr, nullptr, nullptr};
+    constexpr cookie_io_functions_t kReadOnly{read_source, nullptr, tell_source, nullptr};
     constexpr std::size_t kBufferSize = 1U << 16;
 
     std::unique_ptr<std::FILE, CloseFile> file(fopencookie(&source, "rb", kReadOnly));
@@ -83,12 +93,14 @@ public:
 private:
     bool read_packets(pcap_t *capture, PacketDecoder &decoder);
     void read_packet(PacketDecoder &decoder, const Frame &frame, const std::optional<std::int64_t> &time);
-    void report(std::uint64_t packet, const std::optional<std::int64_t> &time, std::string_view text);
+    void report(std::uint64_t packet, std::optional<std::uint64_t> file_octet, const std::optional<std::int64_t> &time,
+                std::string_view text);
 
     ByteSource &source_;
     InputSink &sink_;
     std::string_view file_;
     TcpStreams streams_;
+    std::optional<std::uint64_t> packet_at_; // in the file
 };
 
 bool CaptureReader::run()
@@ -96,18 +108,18 @@ bool CaptureReader::run()
     std::string error;
     const Capture capture = open_capture(source_, error);
     if (capture == nullptr) {
-        report(0, std::nullopt, fmt::format("not a readable capture: {}", error));
+        report(0, source_.octets_read(), std::nullopt, fmt::format("not a readable capture: {}", error));
         return false;
     }
     const int link_type = pcap_datalink(capture.get());
     auto decoder = PacketDecoder::for_link_type(link_type);
     if (!decoder) {
-        report(0, std::nullopt, fmt::format("link type {} is not supported", link_type_name(link_type)));
+        report(0, std::nullopt, std::nullopt, fmt::format("link type {} is not supported", link_type_name(link_type)));
         return false;
     }
     const bool complete = read_packets(capture.get(), *decoder);
     for (const std::uint64_t packet : decoder->unfinished()) {
-        report(packet, std::nullopt, "IP datagram in fragments, not all of which are in the capture");
+        report(packet, std::nullopt, std::nullopt, "IP datagram in fragments, not all of which are in the capture");
     }
     streams_.finish();
     return complete;
@@ -120,12 +132,15 @@ bool CaptureReader::read_packets(pcap_t *capture, PacketDecoder &decoder)
     for (;;) {
         pcap_pkthdr *header = nullptr;
         const u_char *octets = nullptr;
+        const off_t at = ftello(pcap_file(capture));
+        packet_at_ = at >= 0 ? std::optional(static_cast<std::uint64_t>(at)) : std::nullopt;
         const int status = pcap_next_ex(capture, &header, &octets);
         ++number;
         if (status != 1) {
             progress.finish();
             if (status != PCAP_ERROR_BREAK) {
-                report(number, std::nullopt, fmt::format("the capture breaks off: {}", pcap_geterr(capture)));
+                report(number, packet_at_, std::nullopt,
+                       fmt::format("the capture breaks off: {}", pcap_geterr(capture)));
             }
             return status == PCAP_ERROR_BREAK;
         }
@@ -140,7 +155,7 @@ void CaptureReader::read_packet(PacketDecoder &decoder, const Frame &frame, cons
     try {
         segment = decoder.decode(frame);
     } catch (const PacketError &error) {
-        report(frame.number, time, error.what());
+        report(frame.number, packet_at_, time, error.what());
         return;
     }
     if (segment) {
@@ -148,11 +163,14 @@ void CaptureReader::read_packet(PacketDecoder &decoder, const Frame &frame, cons
     }
 }
 
-void CaptureReader::report(std::uint64_t packet, const std::optional<std::int64_t> &time, std::string_view text)
+void CaptureReader::report(std::uint64_t packet, std::optional<std::uint64_t> file_octet,
+                           const std::optional<std::int64_t> &time, std::string_view text)
 {
     Origin origin;
     origin.file = file_;
     origin.number = packet;
+    origin.in_file = file_octet.has_value();
+    origin.offset = file_octet.value_or(0);
     origin.time_ns = time;
     sink_.problem(origin, text);
 }

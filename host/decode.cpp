@@ -360,8 +360,9 @@ void Decoder::problem(const Origin &origin, std::string_view text)
     renderer_->problem(origin, text);
     append_place(diagnostics_, origin);
     const bool on_line = origin.unit == Origin::Unit::line;
-    if (origin.number != 0 && (!on_line || origin.offset != 0)) {
-        fmt::format_to(fmt::appender(diagnostics_), FMT_COMPILE(", {} {}"), on_line ? "column" : "stream octet",
+    if (origin.in_file || (origin.number != 0 && (!on_line || origin.offset != 0))) {
+        const std::string_view counted = origin.in_file ? "file octet" : on_line ? "column" : "stream octet";
+        fmt::format_to(fmt::appender(diagnostics_), FMT_COMPILE("{} {} {}"), origin.number != 0 ? "," : ":", counted,
                        origin.offset);
     }
     append(diagnostics_, ": ");

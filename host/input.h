@@ -18,6 +18,7 @@ struct Origin {
     Unit unit = Unit::packet; // what `number` counts
     std::uint64_t number = 0; // the packet that completed the message, or the line it began on; from 1
     std::uint64_t offset = 0; // octet in the TCP stream's direction, or column octet of the text line, of its start
+    bool in_file = false;     // the offset is that of the packet in the file
     std::optional<std::int64_t> time_ns; // since 1970, UTC; captures only
     std::string_view from;               // "10.0.0.1:179", "[2001:db8::1]:179"; empty for text
     std::string_view to;

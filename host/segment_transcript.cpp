@@ -365,9 +365,10 @@ void JsonTranscript::note(const Note &note)
         list(fmt::format("message_{}_says", message.type), messages_.lines(message));
     }
     if (!note.update.empty()) {
-        append(out(), ",\"says\":");
+        // One object; none for an UPDATE without multicast routes.
         for (const std::string &line : lines_of(updates_.decode(note.update))) {
-            append(out(), line); // one object
+            append(out(), ",\"says\":");
+            append(out(), line);
         }
     }
     end();

@@ -34,7 +34,8 @@ QEL_ASSERT_OFFSET(QEL_FAMILY_CTX_S, usAddrFamily, QEL_FAMILY_CTX_BASE_LEN);
 
 /* Operations. Unless an operation says otherwise: a null argument is reported with ZVK_Assert and answered with
  * QEL_ERR_NULL; ppucCursor is moved behind what was read or written; uiOutLen is the room at the write cursor in bytes;
- * *ppstResult receives a block that the host owns and is left alone on failure. */
+ * *ppstResult receives a block that the host owns. On failure it is left alone, or null where the step that makes the
+ * block says so: it never points at anything that is not the host's. */
 
 /* Reads one path attribute value of uiLen bytes, or one route of it. *puiMore 1: call again with what is left. An
  * attribute type that the family does not know, and uiLen 0, give 0 and write nothing. */

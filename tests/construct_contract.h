@@ -42,6 +42,17 @@ inline void put_list(std::uint32_t (&list)[QEL_TYPE_LIST_MAX], std::uint8_t &cou
     }
 }
 
+// The six actions on a community list, as bits and in both lists.
+inline void put_community_actions(QEL_FAMILY_DESC_S &desc)
+{
+    desc.auiActionTypeBits[0] = 0xc0;
+    desc.auiActionTypeBits[1] = 0x70;
+    desc.auiActionTypeBits[2] = 0x800000;
+    desc.auiActionTypeBits[3] = 0;
+    put_list(desc.auiPolicyActionTypes, desc.ucPolicyActionCount, {6, 7, 36, 37, 38, 87});
+    put_list(desc.auiApplyActionTypes, desc.ucApplyActionCount, {6, 7, 36, 37, 38, 87});
+}
+
 template <std::size_t kWords>
 void expect_words(const std::uint32_t (&actual)[kWords], const std::uint32_t (&expected)[kWords], const char *list)
 {

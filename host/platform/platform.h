@@ -86,17 +86,4 @@ public:
     bool fired() const;
 };
 
-// Makes copy number `after` of the current thread fail (0: the next one), once, while it lives: nothing is written. A
-// copy is one call of memcpy_s, memmove_s or memset_s.
-class FailCopy {
-public:
-    explicit FailCopy(std::uint64_t after);
-    ~FailCopy();
-    FailCopy(const FailCopy &) = delete;
-    FailCopy &operator=(const FailCopy &) = delete;
-
-    // Whether the failure happened.
-    bool fired() const;
-};
-
 } // namespace qel::platform

@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -89,6 +90,30 @@ TEST_F(CommandTest, WrongCommandLineExitsWith2)
         EXPECT_EQ(outcome.out, "") << arguments;
         EXPECT_NE(outcome.err, "") << arguments;
     }
+}
+
+TEST_F(CommandTest, AWrongCommandIsNamed)
+{
+    const Outcome ran = run("decipher x.pcap");
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_EQ(ran.err, "qel-mcast: decipher is no command of it; qel-mcast --help names them\n");
+    EXPECT_EQ(ran.out, "");
+}
+
+TEST_F(CommandTest, HelpThatCannotBeWrittenExitsWith1)
+{
+    EXPECT_EQ(run("decode --help; echo $? >&2", "exec >/dev/full;").err, "1\n");
+}
+
+TEST_F(CommandTest, ACutCaptureIsToldWithItsPlaceInTheFileAndTheRoutesBeforeItAreShown)
+{
+    const std::string sample = QEL_SAMPLES_DIR "/ngmvpn.pcap";
+    const Outcome cut = run("decode cut.pcap", "cd '" + path("") + "' && head -c 1000 '" + sample + "' >cut.pcap &&");
+    EXPECT_EQ(cut.status, 1);
+    EXPECT_THAT(cut.err, testing::StartsWith("qel-mcast: cut.pcap: packet 10, file octet 858: the capture breaks off"));
+    const Outcome head = run("decode head.pcap", "cd '" + path("") + "' && head -c 10 '" + sample + "' >head.pcap &&");
+    EXPECT_EQ(head.status, 1);
+    EXPECT_THAT(head.err, testing::StartsWith("qel-mcast: head.pcap: file octet 10: not a readable capture"));
 }
 
 TEST_F(CommandTest, HelpAndVersionExitWith0)

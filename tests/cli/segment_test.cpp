@@ -40,10 +40,33 @@ TEST_F(SegmentCommandTest, AFileThatCannotBeReadExitsWith1)
 {
     const Outcome ran = run("segment " + path("nowhere.txt"));
     EXPECT_EQ(ran.status, 1);
-    EXPECT_EQ(ran.err, "qel-mcast: " + path("nowhere.txt") + ": cannot be read\n");
+    EXPECT_EQ(ran.err, "qel-mcast: " + path("nowhere.txt") + ": cannot be read: No such file or directory\n");
     const Outcome folder = run("segment " + path(""));
     EXPECT_EQ(folder.status, 1);
-    EXPECT_EQ(folder.err, "qel-mcast: " + path("") + ": cannot be read to its end\n");
+    EXPECT_EQ(folder.err, "qel-mcast: " + path("") + ": cannot be read: Is a directory\n");
+    EXPECT_EQ(folder.out, "");
+    const Outcome empty = run("segment " + write("empty.txt", ""));
+    EXPECT_EQ(empty.status, 1);
+    EXPECT_EQ(empty.err, "qel-mcast: " + path("empty.txt") + ": cannot be read: empty input\n");
+}
+
+TEST_F(SegmentCommandTest, OctetsOfAScenarioCanNotSteerATerminal)
+{
+    EXPECT_THAT(run("segment " + write("steer.txt", "\x1b[31mpeer\n")).err, HasSubstr("\\x1b[31mpeer"));
+}
+
+// Here an UPDATE of another family.
+TEST_F(SegmentCommandTest, AnUpdateWithoutMulticastRoutesIsAJsonObjectToo)
+{
+    const std::string scenario = "peer pe1 ibgp 192.0.2.1\n"
+                                 "update pe1 ffffffffffffffffffffffffffffffff 001e 02 0000 0007 800f04 000101 00\n";
+    std::istringstream lines(run("segment --json " + write("other.txt", scenario)).out);
+    int objects = 0;
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_TRUE(nlohmann::json::accept(line)) << line;
+        ++objects;
+    }
+    EXPECT_GT(objects, 2);
 }
 
 TEST_F(SegmentCommandTest, DashIsStandardInput)

@@ -245,6 +245,56 @@ TEST_F(ImportTableTest, ALongMixOfStepsLosesAndInventsNothing)
     EXPECT_EQ(table.size(), model.size());
 }
 
+TEST_F(ImportTableTest, ASearchThatLeavesSourceAndGroupOpenFindsTheTargetsOfEveryFlow)
+{
+    ImportTable<int> table(family);
+    table.insert(Cross(kStored), 1);
+    table.insert(Cross(kOtherFlow), 2);
+    EXPECT_EQ(found(table, kOpen), (std::vector<int>{1, 2}));
+    EXPECT_EQ(found(table, kSearched), std::vector<int>{1});
+}
+
+TEST_F(ImportTableTest, TheTargetOfAnOlderPeerFindsThePrivateTargetsThatEndWithIt)
+{
+    ImportTable<int> table(family);
+    table.insert(Cross(kOldsPrivate), 1);
+    table.insert(Cross(kStored), 2);
+    EXPECT_EQ(found(table, kOld), std::vector<int>{1});
+}
+
+TEST_F(ImportTableTest, WhereTheFamilyHasNoOrderTheShorterValueStandsFirst)
+{
+    EXPECT_EQ(cross_order(family, kOld, kOldsPrivate), -1);
+    EXPECT_EQ(cross_order(family, kOldsPrivate, kOld), 1);
+}
+
+TEST_F(ImportTableTest, WhereTheFamilyHasNoOrderValuesOfOneLengthStandByTheirOctets)
+{
+    EXPECT_EQ(cross_order(family, kStored, kOtherFlow), -1);
+    EXPECT_EQ(cross_order(family, kOtherFlow, kStored), 1);
+}
+
+TEST_F(ImportTableTest, AValueThatTheFamilyFindsEqualIsNotErasedInPlaceOfAnother)
+{
+    ImportTable<int> table(family);
+    table.insert(Cross(kStored), 1);
+    table.insert(Cross(kOldsPrivate), 1);
+    EXPECT_FALSE(table.erase(kOpen, 1));
+    EXPECT_FALSE(table.erase(kOld, 1));
+    EXPECT_TRUE(table.erase(kStored, 1));
+    EXPECT_EQ(table.size(), 1U);
+}
+
+TEST_F(ImportTableTest, AClearedTableFindsNothing)
+{
+    ImportTable<int> table(family);
+    table.insert(Cross(kStored), 1);
+    table.clear();
+    EXPECT_TRUE(table.empty());
+    EXPECT_EQ(table.begin(), table.end());
+    EXPECT_EQ(found(table, kSearched), std::vector<int>{});
+}
+
 // --- the walk ---------------------------------------------------------------------------------------------------
 
 std::vector<std::string> walk(const Family &family, const QEL_ROUTE_INFO_S &route)
@@ -272,6 +322,19 @@ TEST_F(CrossWalkTest, GivesTheMarkerAndEachTarget)
               (std::vector<std::string>{"ffffffff", "0200640001000000", "0201010200c00700"}));
     EXPECT_EQ(walk(family, route_of(family, intra(1, 1)).info()), std::vector<std::string>{"ffffffff"});
     EXPECT_EQ(walk(family, QEL_ROUTE_INFO_S{}), std::vector<std::string>{});
+}
+
+TEST_F(CrossWalkTest, AFamilyThatSaysWithAValueThatItIsTheLastIsNotAskedAgain)
+{
+    const Family mdt(*find_family(1, 66), kMemHandle);
+    const StoredRoute stored = route_of(mdt, bytes("80 0000006400000001 0a000001 ef010101"));
+    const QEL_ROUTE_INFO_S route = stored.info();
+    CrossWalk walk(mdt, route);
+    const std::optional<Cross> first = walk.next();
+    ASSERT_TRUE(first);
+    EXPECT_EQ(hex(first->octets()), "010101ef");
+    EXPECT_EQ(walk.next(), std::nullopt);
+    EXPECT_EQ(walk.next(), std::nullopt);
 }
 
 TEST_F(CrossWalkTest, EachComponentHasItsLeafValues)

@@ -395,6 +395,49 @@ TEST_F(MdtVpnv4Test, Vpnv4RoutesAreToldApartByRdPrefixAndLengthAndNotByLabel)
     tables.finish();
 }
 
+TEST_F(MdtVpnv4Test, RoutesStandByTheirRdAndThenByTheirKey)
+{
+    Tables tables;
+    tables.announce(join({kA1OtherRd, kA2, kA1}), {}, 1, kMdt);
+    EXPECT_EQ(tables.text({}), "MDT (AFI 1, SAFI 66)  3 routes\n"
+                               "  MDT  RD 100:1          source 10.0.0.1         group 239.1.1.1\n"
+                               "  MDT  RD 100:1          source 10.0.0.2         group 239.1.1.2\n"
+                               "  MDT  RD 100:2          source 10.0.0.1         group 239.1.1.1\n");
+    tables.finish();
+}
+
+TEST_F(MdtVpnv4Test, AWithdrawalTakesTheRouteOfItsOwnRdAlone)
+{
+    Tables tables;
+    tables.announce(join({kA1, kA1OtherRd}), {}, 1, kMdt).withdraw(kA1OtherRd, kMdt);
+    EXPECT_EQ(tables.text({}), "MDT (AFI 1, SAFI 66)  1 route\n"
+                               "  MDT  RD 100:1          source 10.0.0.1         group 239.1.1.1\n");
+    tables.finish();
+}
+
+TEST_F(MdtVpnv4Test, WithoutTheRdBesideTheKeyNothingIsFoundAndTheFamilyIsNotAsked)
+{
+    const Family family = family_of(kMdt);
+    RouteTable table(family);
+    const Bytes key = octets_of(table.insert_or_replace(route_of(family, kA1)).route->key());
+    const std::uint64_t assertions = platform::assert_count();
+    EXPECT_EQ(table.find(key), nullptr);
+    EXPECT_FALSE(table.erase(key));
+    EXPECT_EQ(platform::assert_count(), assertions);
+}
+
+TEST_F(MdtVpnv4Test, ARouteWithoutTheRdBesideItsKeyIsRefused)
+{
+    for (const std::uint8_t safi : {kMdt, kVpnv4}) {
+        const Family family = family_of(safi);
+        RouteTable table(family);
+        BlockPtr block = block_of(family, 14, safi == kMdt ? kA1 : kLabelled16);
+        block->uiValidMask &= ~QEL_SECTION_RD;
+        EXPECT_EQ(table.insert_or_replace(StoredRoute(std::move(block))).change, RouteTable::Change::refused);
+        EXPECT_TRUE(table.empty());
+    }
+}
+
 TEST_F(MdtVpnv4Test, AKeyOfAnyLengthFindsARouteAndIsNeverStored)
 {
     const Family family = family_of(kVpnv4);

@@ -129,6 +129,94 @@ TEST_F(RouteTableTest, ARouteWhoseKeyTheFamilyDoesNotCompareIsRefused)
     EXPECT_EQ(recorder.asserts().size(), 1U);
 }
 
+TEST_F(RouteTableTest, ASectionThatTheBlockDoesNotTellOfIsNoKey)
+{
+    BlockPtr block = block_of(family, 14, intra(1, 1));
+    block->uiValidMask &= ~QEL_SECTION_KEY;
+    EXPECT_TRUE(StoredRoute(std::move(block)).key().empty());
+}
+
+TEST_F(RouteTableTest, ASectionThatTheBlockTellsOfAndDoesNotHoldIsNoKey)
+{
+    BlockPtr block = block_of(family, 14, intra(1, 1));
+    block->usKeyOffset = 0;
+    EXPECT_TRUE(StoredRoute(std::move(block)).key().empty());
+}
+
+TEST_F(RouteTableTest, TheExpandedRouteIsOfNoRuleOfAPolicy)
+{
+    insert(intra(1, 1));
+    EXPECT_EQ(table.begin()->info().uiPolicyId, QEL_POLICY_ID_NONE);
+}
+
+TEST_F(RouteTableTest, WithoutAKeyNothingIsFoundAndTheFamilyIsNotAsked)
+{
+    insert(intra(1, 1));
+    const platform::Recorder recorder;
+    EXPECT_EQ(table.find({}), nullptr);
+    EXPECT_EQ(std::as_const(table).find({}), nullptr);
+    EXPECT_FALSE(table.erase({}));
+    EXPECT_EQ(recorder.asserts().size(), 0U);
+    EXPECT_EQ(table.size(), 1U);
+}
+
+TEST_F(RouteTableTest, TheRdIsLeftOutOfAccountWhereTheKeyHoldsIt)
+{
+    insert(intra(1, 1));
+    const Bytes other_rd = bytes("0000650001000000");
+    EXPECT_NE(table.find(key(intra(1, 1)), other_rd), nullptr);
+    EXPECT_TRUE(table.erase(key(intra(1, 1)), other_rd));
+}
+
+// The blocks that are made next may stand where the first one stood.
+TEST_F(RouteTableTest, ARouteThatComesAgainIsSearchedByTheOctetsOfItsNewBlock)
+{
+    insert(spmsi(1, 1));
+    insert(spmsi(1, 1));
+    std::vector<BlockPtr> others;
+    for (std::uint8_t i = 0; i < 8; ++i) {
+        others.push_back(block_of(family, 14, spmsi(9, i)));
+    }
+    EXPECT_NE(table.find(key(spmsi(1, 1))), nullptr);
+    EXPECT_EQ(table.find(key(spmsi(9, 0))), nullptr);
+}
+
+TEST_F(RouteTableTest, TheHeapOfATableIsThatOfItsSlotsAndItsRoutes)
+{
+    EXPECT_EQ(table.heap_octets(), 0U);
+    for (int i = 0; i < 1000; ++i) {
+        insert(spmsi(static_cast<std::uint8_t>(i >> 8), static_cast<std::uint8_t>(i)));
+    }
+    EXPECT_GE(table.heap_octets(), 1000 * (sizeof(StoredRoute) + 24));
+}
+
+TEST_F(RouteTableTest, ErasedRoutesGiveTheirSlotsAndBlocksBack)
+{
+    const std::uint64_t before = platform::usage(kMemHandle).live_blocks;
+    for (int i = 0; i < 1000; ++i) {
+        insert(spmsi(static_cast<std::uint8_t>(i >> 8), static_cast<std::uint8_t>(i)));
+    }
+    EXPECT_EQ(platform::usage(kMemHandle).live_blocks, before + 1000);
+    for (int i = 0; i < 1000; ++i) {
+        EXPECT_TRUE(table.erase(key(spmsi(static_cast<std::uint8_t>(i >> 8), static_cast<std::uint8_t>(i)))));
+    }
+    EXPECT_EQ(platform::usage(kMemHandle).live_blocks, before);
+    EXPECT_LE(table.heap_octets(), 8 * 24U) << "no chunk is left, only the room to name eight";
+}
+
+TEST_F(RouteTableTest, AClearedTableHoldsNothingAndIsFilledAnew)
+{
+    const std::uint64_t before = platform::usage(kMemHandle).live_blocks;
+    insert(intra(1, 1));
+    insert(intra(1, 2));
+    table.clear();
+    EXPECT_EQ(platform::usage(kMemHandle).live_blocks, before);
+    EXPECT_EQ(table.size(), 0U);
+    EXPECT_EQ(table.begin(), table.end());
+    EXPECT_EQ(insert(intra(1, 2)).change, RouteTable::Change::added);
+    EXPECT_EQ(keys(table), std::vector<Bytes>{key(intra(1, 2))});
+}
+
 // Thousands of steps beside a table of the standard library, over several chunks.
 TEST_F(RouteTableTest, ALongMixOfStepsGivesWhatAPlainMapGives)
 {
@@ -160,6 +248,26 @@ TEST_F(RouteTableTest, ALongMixOfStepsGivesWhatAPlainMapGives)
     EXPECT_EQ(in_order, expected);
     for (const auto &[id, route] : model) {
         EXPECT_EQ(table.find(key(spmsi(id[0], id[1]))), route);
+    }
+}
+
+// Three hundred routes in order fill a chunk of 256 but for one, which comes last.
+TEST_F(RouteTableTest, AFullChunkIsSplitInOrderWhereverTheNextRouteStands)
+{
+    const auto nlri = [](int i) { return spmsi(static_cast<std::uint8_t>(i >> 8), static_cast<std::uint8_t>(i)); };
+    std::vector<Bytes> expected;
+    for (int i = 0; i < 300; ++i) {
+        expected.push_back(key(nlri(i)));
+    }
+    for (const int last : {0, 1, 127, 128, 129, 130, 200, 255}) {
+        table.clear();
+        for (int i = 0; i < 300; ++i) {
+            if (i != last) {
+                insert(nlri(i));
+            }
+        }
+        EXPECT_EQ(insert(nlri(last)).change, RouteTable::Change::added);
+        EXPECT_EQ(keys(table), expected) << last;
     }
 }
 

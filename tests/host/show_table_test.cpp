@@ -5,6 +5,7 @@
 #include "host/family_words.h"
 #include "host/match.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -82,6 +83,141 @@ TEST_F(ShowTableTest, RefusedRoutesAreLeftOutAndTheGoodOnesStay)
     tables.announce(intra(1, 1)).announce(bytes("0804 01020304")).announce(intra(1, 2));
     EXPECT_EQ(tables.json(with_cross()).size(), 3U);
     EXPECT_EQ(tables.session.diagnostics.size(), 1U);
+    tables.finish();
+}
+
+TEST_F(ShowTableTest, EachAfiHasATableOfItsOwnInTheOrderInWhichTheyCameUp)
+{
+    Tables tables;
+    tables.announce(bytes("0118 0000006400000001 20010db8000000000000000000000001"), {}, 2).announce(intra(1, 1), {});
+    tables.announce(bytes("0118 0000006400000002 20010db8000000000000000000000001"), {}, 2);
+    EXPECT_EQ(tables.text({}), "IPv6 NG-MVPN (AFI 2, SAFI 5)  2 routes\n"
+                               "  1  Intra-AS I-PMSI A-D  RD 100:1          originator 2001:db8::1\n"
+                               "  1  Intra-AS I-PMSI A-D  RD 100:2          originator 2001:db8::1\n"
+                               "IPv4 NG-MVPN (AFI 1, SAFI 5)  1 route\n"
+                               "  1  Intra-AS I-PMSI A-D  RD 100:1          originator 192.0.2.1\n");
+    tables.finish();
+}
+
+TEST_F(ShowTableTest, AnEmptyTableHasItsHeadAlone)
+{
+    Tables tables;
+    tables.announce(intra(1, 1)).withdraw(intra(1, 1));
+    EXPECT_EQ(tables.text(with_cross()), "IPv4 NG-MVPN (AFI 1, SAFI 5)  0 routes\n");
+    tables.finish();
+}
+
+TEST_F(ShowTableTest, TheAttributesOfAnUpdateGoWithTheLastRouteThatHasThem)
+{
+    Tables tables;
+    const std::uint64_t before = platform::usage(kMemHandle).live_blocks;
+    tables.announce(join({intra(1, 1), intra(1, 2)}));
+    EXPECT_EQ(platform::usage(kMemHandle).live_blocks, before + 3);
+    tables.rib.clear();
+    EXPECT_EQ(platform::usage(kMemHandle).live_blocks, before);
+    tables.finish();
+}
+
+TEST_F(ShowTableTest, OnlyTheListsThatAreAskedForAreShown)
+{
+    Tables tables;
+    tables.announce(intra(1, 1));
+    const auto lists = [&](const ShowOptions &show) {
+        std::string out;
+        const nlohmann::json route = tables.json(show).at(1);
+        for (const char *name : {"cross", "match", "before", "after"}) {
+            out += route.contains(name) ? std::string(name) + " " : "";
+        }
+        return out;
+    };
+    EXPECT_EQ(lists({}), "");
+    EXPECT_EQ(lists(with_cross()), "cross ");
+    EXPECT_EQ(lists(with_match()), "match ");
+    EXPECT_EQ(lists(with_action(PolicyAction::Kind::remove)), "before after ");
+    tables.finish();
+}
+
+TEST_F(ShowTableTest, AFilterThatIsNotGivenCountsEveryRouteAsShown)
+{
+    Tables tables;
+    tables.announce(join({intra(1, 1), intra(1, 2)}));
+    EXPECT_EQ(tables.text({}).substr(0, 40), "IPv4 NG-MVPN (AFI 1, SAFI 5)  2 routes\n ");
+    EXPECT_EQ(tables.json({}).at(0)["shown"], 2);
+    tables.finish();
+}
+
+TEST_F(ShowTableTest, AFilterByRdAndOneByRouteTargetBothHideRoutes)
+{
+    Tables tables;
+    tables.announce(intra(1, 1)).announce(intra(2, 2)).announce(intra(1, 3), bytes("0002006400000009"));
+    const auto shown = [&](const char *rd, const char *target) {
+        ShowOptions show;
+        show.filter.rd = rd;
+        show.filter.route_target = target;
+        const std::vector<nlohmann::json> out = tables.json(show);
+        EXPECT_EQ(out[0]["routes"], 3);
+        EXPECT_EQ(out[0]["shown"], out.size() - 1);
+        std::string originators;
+        for (std::size_t i = 1; i < out.size(); ++i) {
+            originators += out[i]["originator"].get<std::string>() + " ";
+        }
+        return originators;
+    };
+    EXPECT_EQ(shown("100:1", "100:1"), "192.0.2.1 ");
+    EXPECT_EQ(shown("100:2", "100:1"), "192.0.2.2 ");
+    EXPECT_EQ(shown("100:1", "100:9"), "192.0.2.3 ");
+    EXPECT_EQ(shown("100:2", "100:9"), "");
+    tables.finish();
+}
+
+TEST_F(ShowTableTest, ARouteOfATableIsAnObjectWithItsFamilyItsKeyAndItsLists)
+{
+    Tables tables;
+    tables.announce(intra(1, 1), bytes("0002006400000001"));
+    const nlohmann::json expected = nlohmann::json::parse(
+        R"({"kind":"route","family":"ng-mvpn","afi":1,"safi":5,"type":1,"name":"Intra-AS I-PMSI A-D","rd":"100:1",
+            "rd_type":0,"originator":"192.0.2.1",
+            "cross":[{"form":"marker","octets":"ffffffff","text":"marker 0xffffffff: a VPN, or a route target"},
+                     {"form":"route_target","octets":"0200640001000000","text":"RT <100 : 1>"}]})");
+    EXPECT_EQ(tables.json(with_cross()).at(1), expected);
+    tables.finish();
+}
+
+TEST_F(ShowTableTest, ColoursMoveNoColumn)
+{
+    Tables tables;
+    tables.announce(join({intra(1, 1), spmsi(1, 1)}));
+    for (const ShowOptions &show : {with_cross(), with_match(), with_action(PolicyAction::Kind::remove)}) {
+        const std::string plain = tables.text(show);
+        const std::string coloured = tables.coloured(show);
+        EXPECT_NE(coloured, plain);
+        std::string bare;
+        for (std::size_t at = 0; at < coloured.size(); ++at) {
+            if (coloured[at] == '\x1b') {
+                at = coloured.find('m', at);
+            } else {
+                bare += coloured[at];
+            }
+        }
+        EXPECT_EQ(bare, plain);
+    }
+    tables.finish();
+}
+
+TEST_F(ShowTableTest, ALongListingIsWrittenWhileItGrows)
+{
+    Tables tables;
+    for (int i = 0; i < 4000; ++i) {
+        tables.announce(spmsi(static_cast<std::uint8_t>(i >> 8), static_cast<std::uint8_t>(i)));
+    }
+    for (const bool json : {false, true}) {
+        std::size_t longest = 0;
+        Output out([&](std::string_view piece) { longest = std::max(longest, piece.size()); });
+        show_tables(tables.rib, with_cross(), json ? *make_json_listing(out) : *make_text_listing(out, false));
+        EXPECT_GT(longest, 0U) << "something left before the end";
+        out.flush();
+        EXPECT_LT(longest, 200000U);
+    }
     tables.finish();
 }
 
@@ -262,6 +398,46 @@ TEST_F(ShowTableTest, OctetsThatTheFamilyDidNotWriteAreNotLookedAt)
     tables.finish();
 }
 
+TEST_F(ShowTableTest, ATermOfAMatchIsAnObjectOfTypeOctetsAndText)
+{
+    Tables tables;
+    tables.announce(intra(1, 1), {});
+    EXPECT_EQ(tables.json(with_match()).at(1)["match"],
+              nlohmann::json::parse(R"([{"type":38,"octets":"01","text":"route type 1"},
+                                        {"type":13,"octets":"0000640001000000","text":"RD 100:1"},
+                                        {"type":39,"octets":"c0000201","text":"originator 192.0.2.1"}])"));
+    tables.finish();
+}
+
+TEST_F(ShowTableTest, MatchTypesAreAskedOneAtATimeFromTheLowestBitOn)
+{
+    const Family family = ng_mvpn();
+    const StoredRoute stored = route_of(family, intra(1, 1), communities_of(family, bytes("0002006400000001")));
+    std::vector<std::uint32_t> bits;
+    for_each_match(
+        family, stored.info(), [](std::uint32_t) { return true; },
+        [&](const MatchTlv &tlv) { bits.push_back(tlv.match); });
+    EXPECT_EQ(bits.size(), 5U);
+    for (std::size_t i = 0; i < bits.size(); ++i) {
+        EXPECT_EQ(bits[i] & (bits[i] - 1), 0U) << "one bit";
+        EXPECT_NE(bits[i] & family.desc().auiMatchTypeMask[0], 0U);
+        EXPECT_TRUE(i == 0 || bits[i - 1] < bits[i]);
+    }
+}
+
+TEST_F(ShowTableTest, AMatchTypeThatFailsIsTheLastThatIsAsked)
+{
+    const Family family = ng_mvpn();
+    const StoredRoute stored = route_of(family, intra(1, 1));
+    const platform::FailAllocation failing(0);
+    const platform::Recorder recorder;
+    std::size_t found = 0;
+    EXPECT_NE(for_each_match(
+                  family, stored.info(), [](std::uint32_t) { return true; }, [&](const MatchTlv &) { ++found; }),
+              0U);
+    EXPECT_EQ(found, 0U);
+}
+
 // --- policy -----------------------------------------------------------------------------------------------------
 
 std::vector<std::string> texts(const nlohmann::json &list)
@@ -324,6 +500,43 @@ TEST_F(ShowTableTest, AnActionLeavesTheTableAsItIs)
     tables.finish();
 }
 
+TEST_F(ShowTableTest, ActionsHaveTheNumbersThatFamiliesKnowThemBy)
+{
+    using Kind = PolicyAction::Kind;
+    EXPECT_EQ(PolicyAction(Kind::replace, {}).code(), 6U);
+    EXPECT_EQ(PolicyAction(Kind::add, {}).code(), 7U);
+    EXPECT_EQ(PolicyAction(Kind::remove, {}).code(), 87U);
+    EXPECT_EQ(PolicyAction(Kind::replace_tunnel, {}).code(), 61U);
+}
+
+TEST_F(ShowTableTest, AListThatIsEmptyFromTheBeginningIsToldApartFromOneThatAnActionEmpties)
+{
+    Tables tables;
+    tables.announce(intra(1, 1), {}).announce(intra(1, 2), bytes("0002006400000001"));
+    const std::string out = tables.text(with_action(PolicyAction::Kind::remove));
+    EXPECT_NE(out.find("192.0.2.1\n       before  no communities\n       after   no communities remain\n"),
+              std::string::npos)
+        << out;
+    EXPECT_NE(out.find("192.0.2.2\n       before  RT <100 : 1>\n       after   no communities remain\n"),
+              std::string::npos)
+        << out;
+    tables.finish();
+}
+
+TEST_F(ShowTableTest, CommunitiesOfAnActionAreObjectsLikeThoseOfAnUpdate)
+{
+    Tables tables;
+    tables.announce(intra(1, 1), bytes("0002006400000001"));
+    const nlohmann::json route = tables.json(with_action(PolicyAction::Kind::add, bytes("0002006400000002"))).at(1);
+    const nlohmann::json one =
+        nlohmann::json::parse(R"({"type":"0x0002","text":"RT <100 : 1>","global":100,"local":1})");
+    const nlohmann::json two =
+        nlohmann::json::parse(R"({"type":"0x0002","text":"RT <100 : 2>","global":100,"local":2})");
+    EXPECT_EQ(route["before"], nlohmann::json::array({one}));
+    EXPECT_EQ(route["after"], nlohmann::json::array({one, two}));
+    tables.finish();
+}
+
 // --- failures ---------------------------------------------------------------------------------------------------
 
 TEST_F(ShowTableTest, EveryAllocationMayFailAndTheRestIsShown)
@@ -363,6 +576,67 @@ TEST_F(ShowTableTest, AFailureIsAMemberOfTheRoute)
     const nlohmann::json route = tables.json(with_cross())[1];
     EXPECT_EQ(route["cross"].size(), 1U);
     EXPECT_EQ(route["cross_code"], "0x3");
+    tables.finish();
+}
+
+TEST_F(ShowTableTest, AFailureIsToldWithFamilyListCodeAndMeaning)
+{
+    Tables tables;
+    tables.announce(intra(1, 1));
+    const platform::Recorder recorder;
+    const platform::FailAllocation failing(0);
+    EXPECT_NE(tables.text(with_cross()).find("\n       cross   failed 0x3\n"), std::string::npos);
+    EXPECT_EQ(tables.diagnostics,
+              std::vector<std::string>{"IPv4 NG-MVPN: cross values failed, 0x3, " + std::string(code_meaning(3))});
+    tables.finish();
+}
+
+TEST_F(ShowTableTest, AnActionThatFailsShowsTheListBeforeAndItsCodeInPlaceOfTheListAfter)
+{
+    Tables tables;
+    tables.announce(intra(1, 1));
+    for (const bool json : {false, true}) {
+        const platform::Recorder recorder;
+        const platform::FailAllocation failing(0);
+        const ShowOptions show = with_action(PolicyAction::Kind::replace, bytes("0002006400000002"));
+        if (json) {
+            const nlohmann::json route = tables.json(show).at(1);
+            EXPECT_EQ(route["before"].size(), 2U);
+            EXPECT_FALSE(route.contains("before_code"));
+            EXPECT_EQ(route["after"].size(), 0U);
+            EXPECT_TRUE(route.contains("after_code"));
+        } else {
+            const std::string out = tables.text(show);
+            EXPECT_NE(
+                out.find("       before  RT <100 : 1>\n               RT <192.0.2.1 : 7>\n       after   failed "),
+                std::string::npos)
+                << out;
+        }
+    }
+    EXPECT_EQ(tables.diagnostics.size(), 2U);
+    tables.finish();
+}
+
+TEST_F(ShowTableTest, FailuresOfAllTablesCount)
+{
+    Tables tables;
+    tables.announce(intra(1, 1)).announce(bytes("80 0000006400000001 0a000001 ef010101"), {}, 1, 66);
+    const platform::Recorder recorder;
+    const platform::FailAllocation failing(0);
+    tables.text(with_cross());
+    EXPECT_EQ(tables.failures, 1U);
+    tables.finish();
+}
+
+TEST_F(ShowTableTest, AFailureBehindValuesIsToldBelowThem)
+{
+    Tables tables;
+    tables.announce(intra(1, 1));
+    const platform::Recorder recorder;
+    const platform::FailAllocation failing(1);
+    EXPECT_NE(tables.text(with_cross())
+                  .find("       cross   marker 0xffffffff: a VPN, or a route target\n               failed 0x3\n"),
+              std::string::npos);
     tables.finish();
 }
 

@@ -37,6 +37,10 @@ struct Tables {
     {
         return shown(show, *host::make_text_listing(session.out, false));
     }
+    std::string coloured(const host::ShowOptions &show)
+    {
+        return shown(show, *host::make_text_listing(session.out, true));
+    }
     std::vector<nlohmann::json> json(const host::ShowOptions &show)
     {
         return lines(shown(show, *host::make_json_listing(session.out)));

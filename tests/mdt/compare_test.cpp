@@ -1,59 +1,20 @@
 // The compares of the MDT family: RD, key, non-key, attribute, communities and cross values.
 #include "mdt_cases.h"
 
+#include "compare_contract.h"
+
 namespace qel::test {
 namespace {
 
-using Compare = decltype(&QEL_MDT_CmpRd);
-
-// Both sides end where their heap blocks end and stand at odd addresses.
-std::int32_t compare(Compare with, std::string_view left, std::string_view right)
-{
-    const OddBytes a(bytes(left));
-    const OddBytes b(bytes(right));
-    const platform::Recorder recorder;
-    const std::int32_t result = with(a.data(), a.size(), b.data(), b.size());
-    EXPECT_TRUE(recorder.asserts().empty());
-    EXPECT_EQ(a.hex(), hex_of(left));
-    EXPECT_EQ(b.hex(), hex_of(right));
-    return result;
-}
-
-// Each row is below the next one, whichever side it stands on, and equal to itself.
-void expect_ascending(Compare with, const std::vector<std::string_view> &rows)
-{
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        for (std::size_t j = 0; j < rows.size(); ++j) {
-            EXPECT_EQ(compare(with, rows[i], rows[j]), i < j ? -1 : i > j ? 1 : 0) << rows[i] << " and " << rows[j];
-        }
-    }
-}
-
 TEST(MdtCompare, RdsStandInTheOrderOfTheirWordsInMemory)
 {
-    // type and the value's first half as one word, then the rest as another, least significant octet first
-    expect_ascending(QEL_MDT_CmpRd, {
-                                        "00000000 00000000",
-                                        "00000000 01000000",
-                                        "00000000 00010000",
-                                        "00000000 ffffff7f",
-                                        "00000000 00000080",
-                                        "00000000 ffffffff",
-                                        "01000000 00000000",
-                                        "02000000 00000000",
-                                        "00000100 00000000",
-                                        "01000100 05000000",
-                                        "00000001 00000000",
-                                        "00000080 00000000",
-                                        "ffffffff 00000000",
-                                    });
+    expect_ascending(QEL_MDT_CmpRd, kAscendingRds);
 }
 
 // kept: the words decide as they lie, so that the value's first half goes ahead of the type
 TEST(MdtCompare, AnRdOfTypeTwoStandsBelowOneOfTypeZeroWithAnAs)
 {
-    EXPECT_EQ(compare(QEL_MDT_CmpRd, "0200 00000100 0100", "0000 0100 00000000"), -1);
-    EXPECT_EQ(compare(QEL_MDT_CmpRd, "0000 0100 00000000", "0200 00000100 0100"), 1);
+    expect_rd_of_type_two_below_type_zero_with_an_as(QEL_MDT_CmpRd);
 }
 
 TEST(MdtCompare, KeysStandInTheOrderOfTheirSources)
@@ -90,50 +51,18 @@ TEST(MdtCompare, AttributesStandByLengthAndThenByBytes)
                                        "00000000 00000000", "00000000 00000001", "01000000 00000000"});
 }
 
-struct LengthPair {
-    std::uint32_t left;
-    std::uint32_t right;
-};
-
 TEST(MdtCompare, RdKeyAndNonKeyNeedLengthsOfEight)
 {
-    const OddBytes a(Bytes(24, 1));
-    const OddBytes b(Bytes(24, 2));
     for (const Compare with : {QEL_MDT_CmpRd, QEL_MDT_CmpKey, QEL_MDT_CmpNonKey}) {
-        for (const LengthPair &row : {LengthPair{7, 8},
-                                      {8, 7},
-                                      {9, 8},
-                                      {8, 9},
-                                      {0, 8},
-                                      {8, 0},
-                                      {0, 0},
-                                      {7, 7},
-                                      {16, 16},
-                                      {0x10008, 8},
-                                      {8, 0x10008},
-                                      {0x108, 0x108}}) {
-            const platform::Recorder recorder;
-            EXPECT_EQ(with(a.data(), row.left, b.data(), row.right), -2) << row.left << " and " << row.right;
-            ASSERT_EQ(recorder.asserts().size(), 1U);
-            EXPECT_TRUE(recorder.asserts()[0].file.ends_with(kPacketSource));
-        }
+        expect_lengths_refused(with, kPacketSource, kNotEight);
     }
 }
 
 TEST(MdtCompare, AMissingSideIsReportedOnce)
 {
-    const OddBytes a(Bytes(8, 1));
     for (const Compare with :
          {QEL_MDT_CmpRd, QEL_MDT_CmpKey, QEL_MDT_CmpNonKey, QEL_MDT_CmpAttr, QEL_MDT_CmpExtCommunity}) {
-        for (const std::uint32_t length : {0U, 4U, 8U}) {
-            expect_null_arguments_refused(
-                2, kPacketSource,
-                [&](unsigned nulls) {
-                    return static_cast<std::uint32_t>(
-                        with(unless(nulls, 0, a.data()), length, unless(nulls, 1, a.data()), length));
-                },
-                static_cast<std::uint32_t>(QEL_CMP_FAILED));
-        }
+        expect_missing_side_reported_once(with, kPacketSource);
     }
 }
 
@@ -188,37 +117,20 @@ TEST(MdtCompare, CrossValuesOfFourBytesStandInReverseOrder)
 
 TEST(MdtCompare, SectionBitsLeadToTheirCompares)
 {
-    const auto by = [](std::uint32_t bit, std::string_view left, std::string_view right) {
-        const OddBytes a(bytes(left));
-        const OddBytes b(bytes(right));
-        const platform::Recorder recorder;
-        const std::int32_t result = QEL_MDT_CmpData(a.data(), a.size(), b.data(), b.size(), bit);
-        EXPECT_TRUE(recorder.asserts().empty());
-        return result;
-    };
-    EXPECT_EQ(by(1, "0200 00000100 0100", "0000 0100 00000000"), -1);
-    EXPECT_EQ(by(2, "0100000a 010000e0", "0100000a 020000e0"), 0);
-    EXPECT_EQ(by(4, "0100 0000 010000e0", "0000 0000 020000e0"), -1);
-    EXPECT_EQ(by(8, "00000001", "00000002"), -1);
-    EXPECT_EQ(by(16, "00000001", "00000002"), 1);
-    EXPECT_EQ(by(16, "0900 0000 00000000", "0202 00000000 0000"), 1);
+    EXPECT_EQ(compare(QEL_MDT_CmpData, 1, "0200 00000100 0100", "0000 0100 00000000"), -1);
+    EXPECT_EQ(compare(QEL_MDT_CmpData, 2, "0100000a 010000e0", "0100000a 020000e0"), 0);
+    EXPECT_EQ(compare(QEL_MDT_CmpData, 4, "0100 0000 010000e0", "0000 0000 020000e0"), -1);
+    EXPECT_EQ(compare(QEL_MDT_CmpData, 8, "00000001", "00000002"), -1);
+    EXPECT_EQ(compare(QEL_MDT_CmpData, 16, "00000001", "00000002"), 1);
+    EXPECT_EQ(compare(QEL_MDT_CmpData, 16, "0900 0000 00000000", "0202 00000000 0000"), 1);
     for (const std::uint32_t bit : {0U, 3U, 5U, 32U, 0x101U, 0x10001U}) {
-        EXPECT_EQ(by(bit, "0000000000000000", "0000000000000001"), -2) << bit;
+        EXPECT_EQ(compare(QEL_MDT_CmpData, bit, "0000000000000000", "0000000000000001"), -2) << bit;
     }
 }
 
 TEST(MdtCompare, TheOperationReportsAMissingSideOnce)
 {
-    const OddBytes a(Bytes(8, 1));
-    for (const std::uint32_t bit : {1U, 2U, 4U, 8U, 16U, 32U}) {
-        expect_null_arguments_refused(
-            2, kFrameSource,
-            [&](unsigned nulls) {
-                return static_cast<std::uint32_t>(
-                    QEL_MDT_CmpData(unless(nulls, 0, a.data()), 8, unless(nulls, 1, a.data()), 8, bit));
-            },
-            static_cast<std::uint32_t>(QEL_CMP_FAILED));
-    }
+    expect_operation_reports_a_missing_side_once(QEL_MDT_CmpData, kFrameSource, {1, 2, 4, 8, 16, 32});
 }
 
 TEST(MdtCompare, LengthsReachTheCompareAsTheyWereGiven)

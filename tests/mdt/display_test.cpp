@@ -1,6 +1,8 @@
 // Display texts of the MDT family: the route, communities, the share group, and the texts of the values in them.
 #include "mdt_cases.h"
 
+#include "fail_copy.h"
+
 namespace qel::test {
 namespace {
 
@@ -162,7 +164,7 @@ TEST_F(MdtDisplay, ACopyThatFailsOnTheWayOfATextIsReportedAndTheWorkGoesOn)
 {
     const Held held(whole_route());
     for (const std::uint64_t after : {0U, 1U}) { // the clearing, the copy to the caller
-        const platform::FailCopy failure(after);
+        const FailCopy failure(after);
         Shown got = show(QEL_MDT_MpNlriData2Str, held.info, kShown.size() + 1, ctx_, 9);
         EXPECT_TRUE(failure.fired());
         EXPECT_EQ(got.asserts, 1U);

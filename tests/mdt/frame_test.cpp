@@ -1,5 +1,5 @@
 // Frame of the MDT family: construction, the operations up to their handlers, scratch memory, the route counter.
-#include "mdt/qel_mdt.h"
+#include "mdt_cases.h"
 
 #include "construct_contract.h"
 #include "counter_contract.h"
@@ -12,11 +12,7 @@
 namespace qel::test {
 namespace {
 
-struct Mdt {
-    static constexpr Construct kConstruct = QEL_MDT_Construct;
-    static constexpr Destruct kDestruct = QEL_MDT_Destruct;
-    static constexpr auto kMalloc = QEL_MDT_Malloc;
-    static constexpr auto kFree = QEL_MDT_Free;
+struct Mdt : MdtCalls {
     static constexpr auto kGetRouteType = QEL_MDT_GetRouteType;
     static constexpr auto kSetRtCount = QEL_MDT_SetRtCount;
     static constexpr auto kGetRtCount = QEL_MDT_GetRtCount;
@@ -72,12 +68,7 @@ private:
         desc.auiMatchTypeMask[0] = 0x80804;
         desc.auiMatchTypeMask[1] = 0x80804;
         desc.auiMatchTypeMask[2] = 0x80004;
-        desc.auiActionTypeBits[0] = 0xc0;
-        desc.auiActionTypeBits[1] = 0x70;
-        desc.auiActionTypeBits[2] = 0x800000;
-        desc.auiActionTypeBits[3] = 0;
-        put_list(desc.auiPolicyActionTypes, desc.ucPolicyActionCount, {6, 7, 36, 37, 38, 87});
-        put_list(desc.auiApplyActionTypes, desc.ucApplyActionCount, {6, 7, 36, 37, 38, 87});
+        put_community_actions(desc);
     }
 };
 

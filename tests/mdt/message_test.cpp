@@ -2,53 +2,20 @@
 #include "mdt_cases.h"
 
 #include "dirty_heap.h"
+#include "message_contract.h"
 
 namespace qel::test {
 namespace {
 
-const std::string kRt1 = " 0002 fde9 00000064 ";      // 65001:100
-const std::string kRt2 = " 0002 fde9 00000065 ";      // 65001:101
-const std::string kRt4 = " 0102 c0000201 0007 ";      // 192.0.2.1:7
-const std::string kSourceAs = " 0009 fde9 00000000 "; // 65001:0
-
 const Bytes kPrefix = bytes("0000 0064 00000005 0a000001 ef010101");
 
-using MdtMessage = MdtTest;
-
-// Refused whatever the length is, with the value, the result and the context missing in every combination.
-void expect_reader_refuses(MessageReader reader, const Bytes &value, QEL_FAMILY_CTX_S *ctx)
-{
-    const Trusted message(value);
-    for (const std::uint32_t length : {0U, 3U, message.size()}) {
-        SCOPED_TRACE(length);
-        expect_null_arguments_refused(3, kPacketSource, [&](unsigned nulls) {
-            QEL_ROUTE_BLOCK_S *result = block_marker();
-            const std::uint32_t code =
-                reader(unless(nulls, 0, message.data()), length, unless(nulls, 1, &result), unless(nulls, 2, ctx));
-            EXPECT_EQ(result, block_marker());
-            return code;
-        });
-    }
-}
-
-// The first `count` of route, cursor and context are looked at, with and without a section to write.
-void expect_writer_refuses(MessageWriter writer, unsigned count, const Sections &full, QEL_FAMILY_CTX_S *ctx)
-{
-    for (const Sections &sections : {full, Sections{}}) {
-        const Held held(sections);
-        for (const std::uint32_t room : {0U, 40U}) {
-            expect_null_arguments_refused(count, kPacketSource, [&](unsigned nulls) {
-                std::array<std::uint8_t, 40> out{};
-                std::uint8_t *cursor = out.data();
-                const std::uint32_t code =
-                    writer(unless(nulls, 0, &held.info), unless(nulls, 1, &cursor), room, unless(nulls, 2, ctx));
-                EXPECT_EQ(cursor, out.data());
-                EXPECT_EQ(out, (std::array<std::uint8_t, 40>{}));
-                return code;
-            });
-        }
-    }
-}
+struct MdtMessageCalls : MdtCalls {
+    static constexpr auto kParseList = QEL_MDT_ParseRtExtCommunityTlv;
+    static constexpr auto kFormatList = QEL_MDT_FormatRtExtCommunityTlv;
+    static constexpr auto kParsePrefix = QEL_MDT_ParseRtPrefixTlv;
+    static constexpr auto kFormatTarget = QEL_MDT_FormatIrtTlv;
+};
+using MdtMessage = MessageContract<MdtMessageCalls>;
 
 // --- route prefixes -------------------------------------------------------------------------------------------------
 
@@ -80,24 +47,20 @@ TEST_F(MdtMessage, AShortPrefixIsABadArgumentWithoutAReport)
 
 TEST_F(MdtMessage, APrefixWithAnRdTypeAboveTwoIsRefused)
 {
-    for (const std::string_view type : {"0003", "0100", "ffff"}) {
-        const Made got = read_message(QEL_MDT_ParseRtPrefixTlv, bytes(type) + slice(kPrefix, 2, 14), ctx_);
-        expect_not_made(got, kRefusedRoute);
-        EXPECT_EQ(got.allocations, 0U);
-    }
+    a_prefix_with_an_rd_type_above_two_is_refused(kPrefix);
 }
 
 TEST_F(MdtMessage, ThePrefixsBlockFailsOnce)
 {
-    expect_each_allocation_fails({kNoBlock}, [&] { return read_message(QEL_MDT_ParseRtPrefixTlv, kPrefix, ctx_); });
+    the_prefixs_block_fails_once(kPrefix);
 }
 
 TEST_F(MdtMessage, ReadersRefuseMissingArgumentsWithOneReport)
 {
-    expect_reader_refuses(QEL_MDT_ParseRtPrefixTlv, kPrefix, ctx_);
-    expect_reader_refuses(QEL_MDT_ParseIrtTlv, bytes("ef010203"), ctx_);
-    expect_reader_refuses(QEL_MDT_ParseIrtTlv, bytes(kRt1), ctx_);
-    expect_reader_refuses(QEL_MDT_ParseRtExtCommunityTlv, bytes(kRt1), ctx_);
+    expect_reader_refuses(QEL_MDT_ParseRtPrefixTlv, kPacketSource, kPrefix, ctx_);
+    expect_reader_refuses(QEL_MDT_ParseIrtTlv, kPacketSource, bytes("ef010203"), ctx_);
+    expect_reader_refuses(QEL_MDT_ParseIrtTlv, kPacketSource, bytes(kRt1), ctx_);
+    expect_reader_refuses(QEL_MDT_ParseRtExtCommunityTlv, kPacketSource, bytes(kRt1), ctx_);
 }
 
 TEST_F(MdtMessage, ANonKeyRefusesMissingArgumentsWithOneReport)
@@ -147,10 +110,10 @@ TEST_F(MdtMessage, APrefixNeedsKeyAndRdAndThenRoom)
 
 TEST_F(MdtMessage, WritersRefuseMissingArgumentsWithOneReport)
 {
-    expect_writer_refuses(QEL_MDT_FormatRtPrefixTlv, 3, whole_route(), ctx_);
-    expect_writer_refuses(QEL_MDT_FormatRtNonKeyTlv, 3, whole_route(), ctx_);
-    expect_writer_refuses(QEL_MDT_FormatIrtTlv, 2, {.cross = bytes("010203ef")}, ctx_);
-    expect_writer_refuses(QEL_MDT_FormatRtExtCommunityTlv, 2, {.list = host_list(kRt1)}, ctx_);
+    expect_writer_refuses(QEL_MDT_FormatRtPrefixTlv, kPacketSource, 3, whole_route(), ctx_);
+    expect_writer_refuses(QEL_MDT_FormatRtNonKeyTlv, kPacketSource, 3, whole_route(), ctx_);
+    expect_writer_refuses(QEL_MDT_FormatIrtTlv, kPacketSource, 2, {.cross = bytes("010203ef")}, ctx_);
+    expect_writer_refuses(QEL_MDT_FormatRtExtCommunityTlv, kPacketSource, 2, {.list = host_list(kRt1)}, ctx_);
 }
 
 // --- import targets -------------------------------------------------------------------------------------------------
@@ -206,10 +169,7 @@ TEST_F(MdtMessage, TheImportTargetsBlockFailsOnce)
 
 TEST_F(MdtMessage, NoCrossValueWritesNothingWhateverTheRoom)
 {
-    Held held({});
-    held.info.uiCrossLen = 8;
-    expect_written(write_message(QEL_MDT_FormatIrtTlv, held.info, 0, ctx_), {});
-    expect_written(write_message(QEL_MDT_FormatIrtTlv, held.info, 8, nullptr), {});
+    no_cross_value_writes_nothing_whatever_the_room();
 }
 
 TEST_F(MdtMessage, ACrossValueNeedsRoomAheadOfAKnownLength)
@@ -241,83 +201,42 @@ TEST_F(MdtMessage, ACrossValueOfAnotherTypeGoesOutWithItsTypeTurned)
 
 TEST_F(MdtMessage, AListComesToHostOrderAsItStands)
 {
-    for (const std::string &wire : {kRt1, kSourceAs + kRt4 + kRt1, kRt1 + kRt1, kRt4 + kRt1 + kRt4}) {
-        expect_made(read_message(QEL_MDT_ParseRtExtCommunityTlv, bytes(wire), ctx_), {.list = host_list(wire)});
-    }
-    Bytes many;
-    for (int i = 0; i < 40; ++i) { // beyond the inline buffer
-        many = many + bytes(kRt4);
-    }
-    expect_made(read_message(QEL_MDT_ParseRtExtCommunityTlv, many, ctx_), {.list = host_list(many)});
+    a_list_comes_to_host_order_as_it_stands();
 }
 
 TEST_F(MdtMessage, TheOddTailOfAListIsTakenOverUnswapped)
 {
-    for (std::size_t tail = 1; tail <= 7; ++tail) {
-        const Bytes wire = bytes(kRt4 + kRt1) + slice(bytes("0002fde9010203"), 0, tail);
-        expect_made(read_message(QEL_MDT_ParseRtExtCommunityTlv, wire, ctx_), {.list = host_list(wire)});
-    }
+    the_odd_tail_of_a_list_is_taken_over_unswapped();
 }
 
 TEST_F(MdtMessage, LessThanOneElementIsRefused)
 {
-    for (std::size_t length = 0; length <= 7; ++length) {
-        const Made got = read_message(QEL_MDT_ParseRtExtCommunityTlv, Bytes(length, 2), ctx_);
-        expect_not_made(got, kBadCommunityTlv);
-        EXPECT_EQ(got.allocations, 0U);
-    }
+    less_than_one_element_is_refused();
 }
 
 TEST_F(MdtMessage, AListsLengthHas16BitsInTheBlock)
 {
-    Bytes value = bytes(kRt1);
-    value.resize(0x10008);
-    expect_made(read_message(QEL_MDT_ParseRtExtCommunityTlv, value, ctx_), {.list = host_list(kRt1)});
+    a_lists_length_has_16_bits_in_the_block();
 }
 
 TEST_F(MdtMessage, EachAllocationOfAListFailsOnce)
 {
-    const auto read = [&] { return read_message(QEL_MDT_ParseRtExtCommunityTlv, bytes(kRt1), ctx_); };
-    expect_each_allocation_fails({kNoBlock}, read);
-    const LentBuffer lent(ctx_);
-    expect_each_allocation_fails({kOutOfMemory, kNoBlock}, read);
+    each_allocation_of_a_list_fails_once();
 }
 
 TEST_F(MdtMessage, AListGoesOutInWireOrder)
 {
-    const std::string wire = kSourceAs + kRt4 + kRt1 + kRt1;
-    const Held held({.list = host_list(wire)});
-    for (const std::size_t room : {32U, 33U, 50U}) {
-        expect_written(write_message(QEL_MDT_FormatRtExtCommunityTlv, held.info, room, ctx_), bytes(wire));
-    }
-    for (std::size_t room = 0; room < 32; ++room) {
-        expect_not_written(write_message(QEL_MDT_FormatRtExtCommunityTlv, held.info, room, ctx_), kNoRoom);
-    }
-    const Held odd({.list = host_list(kRt1) + bytes("010203")});
-    expect_written(write_message(QEL_MDT_FormatRtExtCommunityTlv, odd.info, 11, ctx_), bytes(kRt1 + "010203"));
-    Bytes many;
-    for (int i = 0; i < 40; ++i) {
-        many = many + bytes(kRt4);
-    }
-    expect_written(write_message(QEL_MDT_FormatRtExtCommunityTlv, Held({.list = host_list(many)}).info, 320, ctx_),
-                   many);
+    a_list_goes_out_in_wire_order();
 }
 
 TEST_F(MdtMessage, TheListToWriteHasALengthOf16Bits)
 {
-    Held held({.list = host_list(kRt1)});
-    held.info.uiExtCommLen = 0x10008;
-    expect_written(write_message(QEL_MDT_FormatRtExtCommunityTlv, held.info, 8, ctx_), bytes(kRt1));
+    the_list_to_write_has_a_length_of_16_bits();
 }
 
 TEST_F(MdtMessage, ARouteWithoutAListWritesNothing)
 {
-    Held held({});
-    held.info.uiExtCommLen = 8;
-    for (const std::size_t room : {0U, 8U}) {
-        expect_written(write_message(QEL_MDT_FormatRtExtCommunityTlv, held.info, room, ctx_), {});
-        expect_written(write_message(QEL_MDT_FormatRtExtCommunityTlv, held.info, room, nullptr), {});
-    }
+    a_route_without_a_list_writes_nothing();
 }
 
 TEST_F(MdtMessage, WithoutAContextThereIsNoScratchForAList)
@@ -332,24 +251,12 @@ TEST_F(MdtMessage, WithoutAContextThereIsNoScratchForAList)
 // kept: scratch memory of no octet is none, so that an empty list is answered like a failed allocation
 TEST_F(MdtMessage, AnEmptyListIsAnsweredLikeAFailedAllocation)
 {
-    Held held({.list = host_list(kRt1)});
-    for (const std::uint32_t length : {0U, 0x10000U}) {
-        held.info.uiExtCommLen = length;
-        expect_not_written(write_message(QEL_MDT_FormatRtExtCommunityTlv, held.info, 8, ctx_), kOutOfMemory, 1);
-    }
+    an_empty_list_is_answered_like_a_failed_allocation();
 }
 
 TEST_F(MdtMessage, TheScratchOfAListToWriteFailsOnce)
 {
-    const Held held({.list = host_list(kRt1)});
-    const LentBuffer lent(ctx_);
-    const LeakCheck leaks;
-    {
-        const platform::FailAllocation failure(0);
-        expect_not_written(write_message(QEL_MDT_FormatRtExtCommunityTlv, held.info, 8, ctx_), kOutOfMemory, 1);
-        EXPECT_TRUE(failure.fired());
-    }
-    expect_written(write_message(QEL_MDT_FormatRtExtCommunityTlv, held.info, 8, ctx_), bytes(kRt1));
+    the_scratch_of_a_list_to_write_fails_once();
 }
 
 // --- the non-key ----------------------------------------------------------------------------------------------------

@@ -1,6 +1,7 @@
 // Routing policy on MDT routes: the match buffer, the prefix entry, community actions, the list to advertise.
 #include "mdt_cases.h"
 
+#include "action_contract.h"
 #include "dirty_heap.h"
 
 #include <random>
@@ -12,18 +13,7 @@ constexpr std::uint32_t kRdBit = 0x800;
 constexpr std::uint32_t kListBit = 0x4;
 constexpr std::uint32_t kGroupBit = 0x80000;
 
-constexpr std::uint32_t kReplace = 6;
-constexpr std::uint32_t kAdd = 7;
 constexpr std::uint32_t kAddOther = 38;
-constexpr std::uint32_t kDelete = 87;
-
-const std::string kRt1 = " 0002 fde9 00000064 ";      // 65001:100
-const std::string kRt2 = " 0002 fde9 00000065 ";      // 65001:101
-const std::string kRt4 = " 0102 c0000201 0007 ";      // 192.0.2.1:7
-const std::string kRtAs4 = " 0202 00010203 0009 ";    // 66051:9
-const std::string kSourceAs = " 0009 fde9 00000000 "; // 65001:0
-const std::string kImport = " 010b c0a80a0b 0001 ";   // 192.168.10.11:1
-const std::string kRtOdd = " 4302 01020304 0506 ";    // sub-type 2 of another type
 
 using MdtMatch = MdtTest;
 using MdtAction = MdtTest;
@@ -354,53 +344,11 @@ TEST_F(MdtMatch, ThePrefixEntryRefusesMissingArgumentsWithOneReport)
 
 // --- actions --------------------------------------------------------------------------------------------------------
 
-using Apply = decltype(&QEL_MDT_ApplyExtCommunity);
-
-Made apply(Apply with, std::uint32_t action, const std::optional<Bytes> &list, const Bytes &value,
-           QEL_FAMILY_CTX_S *ctx)
-{
-    const Held held({.list = list});
-    const Trusted given(value);
-    Made got = make([&](auto result) { return with(&held.info, action, given.data(), given.size(), result, ctx); });
-    EXPECT_EQ(given.bytes(), value);
-    return got;
-}
-
-// The list as it stands on the wire; "-" is no list.
-std::optional<Bytes> route_list(const std::string &wire)
-{
-    return wire == "-" ? std::nullopt : std::optional(host_list(wire));
-}
+using test::apply;
 
 Made apply(std::uint32_t action, const std::string &list, const std::string &value, QEL_FAMILY_CTX_S *ctx)
 {
     return apply(QEL_MDT_ApplyExtCommunity, action, route_list(list), bytes(value), ctx);
-}
-
-void expect_list(const Made &got, const Bytes &list, std::size_t asserts = 0)
-{
-    expect_made(got, {.list = list}, asserts);
-}
-
-void expect_list(const Made &got, const std::string &wire, std::size_t asserts = 0)
-{
-    expect_list(got, host_list(wire), asserts);
-}
-
-void expect_no_value(const Made &got)
-{
-    EXPECT_EQ(got.code, 0U);
-    EXPECT_EQ(got.asserts, 0U);
-    ASSERT_TRUE(got.block);
-    EXPECT_EQ(hex(got.block.section(0, 32)), "0800000000100000" + std::string(48, '0'));
-}
-
-void expect_unchanged(const Made &got)
-{
-    EXPECT_EQ(got.code, 0U);
-    EXPECT_EQ(got.asserts, 0U);
-    EXPECT_TRUE(got.stored) << "null is stored";
-    EXPECT_FALSE(got.block);
 }
 
 TEST_F(MdtAction, ReplaceTakesTheNewRouteTargetsForTheOldOnes)
@@ -429,33 +377,19 @@ TEST_F(MdtAction, ReplaceOfNothingLeftByNothingIsLikeNoMemory)
 
 TEST_F(MdtAction, AddKeepsTheWholeListOfTheRoute)
 {
-    for (const std::uint32_t action : {kAdd, kAddOther}) {
-        expect_list(apply(action, kSourceAs + kRt4, kRt1 + kRtAs4, ctx_), kRt1 + kRt4 + kRtAs4 + kSourceAs);
-        expect_list(apply(action, kRt1 + kSourceAs, kRt1, ctx_), kRt1 + kSourceAs);
-        expect_list(apply(action, kRt1, kRt2 + kRt2 + kRt1, ctx_), kRt1 + kRt2);
-        for (const std::string list : {"-", "", "0002fde9000000"}) {
-            expect_list(apply(action, list, kRt4 + kRt1 + kRt1, ctx_), kRt1 + kRt4);
-        }
-    }
+    expect_add_keeps_the_whole_list(QEL_MDT_ApplyExtCommunity, {"-", "", "0002fde9000000"}, ctx_);
 }
 
 // kept: an empty value is not looked for; its copy fails, is reported, and the route's own list is cleaned up
 TEST_F(MdtAction, AddOfNothingCleansTheRoutesListUp)
 {
-    for (const std::uint32_t action : {kAdd, kAddOther}) {
-        expect_list(apply(action, kSourceAs + kRt1 + kSourceAs, "", ctx_), kRt1 + kSourceAs, 1);
-        expect_list(apply(action, kRt1, "", ctx_), kRt1, 1);
-    }
+    expect_add_of_nothing_cleans_the_list_up(QEL_MDT_ApplyExtCommunity, ctx_);
 }
 
 // kept: and with nothing else to show, work memory of no octet is none
 TEST_F(MdtAction, AddOfNothingToNothingIsLikeNoMemory)
 {
-    for (const std::uint32_t action : {kAdd, kAddOther}) {
-        for (const std::string list : {"-", "", "0002fde9000000"}) {
-            expect_not_made(apply(action, list, "", ctx_), kOutOfMemory, 1);
-        }
-    }
+    expect_add_of_nothing_to_nothing_is_like_no_memory(QEL_MDT_ApplyExtCommunity, {"-", "", "0002fde9000000"}, ctx_);
 }
 
 TEST_F(MdtAction, DeleteLeavesWhatIsNoRouteTargetAndIgnoresTheActionsList)
@@ -476,7 +410,7 @@ TEST_F(MdtAction, Codes36And37StoreNull)
         for (const std::string &value : {std::string(), kRt1, kRt1 + kSourceAs, std::string("00")}) {
             for (const std::string &list : {kRt1, kSourceAs, std::string("-"), std::string()}) {
                 const Made got = apply(QEL_MDT_ApplyAction, action, route_list(list), bytes(value), ctx_);
-                expect_unchanged(got);
+                expect_null_result(got);
                 EXPECT_EQ(got.allocations, 0U);
             }
         }
@@ -486,7 +420,7 @@ TEST_F(MdtAction, Codes36And37StoreNull)
 TEST_F(MdtAction, ACodeThatTheHandlerDoesNotKnowStoresNull)
 {
     for (const std::uint32_t action : {0U, 5U, 8U, 35U, 39U, 61U, 86U, 88U}) {
-        expect_unchanged(apply(action, kRt1, kRt2, ctx_));
+        expect_null_result(apply(action, kRt1, kRt2, ctx_));
     }
 }
 
@@ -554,15 +488,11 @@ TEST_F(MdtAction, AValueShorterThanOneElementThatStandsAloneCountsAsOne)
 // kept: the route's elements are counted in 16 bits
 TEST_F(MdtAction, TheElementsOfTheRouteAreCountedIn16Bits)
 {
-    Bytes list = host_list(kSourceAs);
-    list.resize(0x80000);
-    expect_no_value(apply(QEL_MDT_ApplyExtCommunity, kDelete, list, bytes(kRt1), ctx_));
-    expect_list(apply(QEL_MDT_ApplyExtCommunity, kReplace, list, bytes(kRt1), ctx_), kRt1);
-    expect_list(apply(QEL_MDT_ApplyExtCommunity, kAdd, list, bytes(kRt1), ctx_), kRt1);
-    list.resize(0x80008);
-    expect_list(apply(QEL_MDT_ApplyExtCommunity, kDelete, list, bytes(kRt1), ctx_), kSourceAs);
-    expect_list(apply(QEL_MDT_ApplyExtCommunity, kReplace, list, bytes(kRt1), ctx_), kRt1 + kSourceAs);
-    expect_list(apply(QEL_MDT_ApplyExtCommunity, kAdd, list, bytes(kRt1), ctx_), kRt1 + kSourceAs);
+    const auto edit = [&](std::uint32_t action, const Bytes &list, const Bytes &value) {
+        return apply(QEL_MDT_ApplyExtCommunity, action, list, value, ctx_);
+    };
+    expect_route_elements_counted_in_16_bits(
+        edit, [](const Made &got, const Bytes &list) { expect_list(got, list); }, expect_no_value);
 }
 
 TEST_F(MdtAction, TheElementsOfTheActionAreCountedIn16Bits)
@@ -577,67 +507,20 @@ TEST_F(MdtAction, TheElementsOfTheActionAreCountedIn16Bits)
 // No octet of it is read: together with the route's list it would have no length of 32 bits.
 TEST_F(MdtAction, AValueOfNearlyFourGigabytesIsLikeNoMemory)
 {
-    const Held held({.list = host_list(kSourceAs)});
-    const Trusted given(bytes(kRt1));
-    for (const std::uint32_t action : {kReplace, kAdd, kAddOther, kDelete, 36U}) {
-        for (const std::uint32_t length : {0xffff0001U, 0xfffffff8U, 0xffffffffU}) {
-            const Made got = make([&](auto result) {
-                return QEL_MDT_ApplyExtCommunity(&held.info, action, given.data(), length, result, ctx_);
-            });
-            expect_not_made(got, kOutOfMemory, 1);
-            EXPECT_EQ(got.allocations, 0U);
-        }
-    }
+    expect_value_of_nearly_four_gigabytes_is_like_no_memory(QEL_MDT_ApplyExtCommunity,
+                                                            {kReplace, kAdd, kAddOther, kDelete, 36U}, ctx_);
 }
 
 TEST_F(MdtAction, AListWhoseLengthPasses16BitsStaysWithinItsBuffers)
 {
-    for (const std::size_t length : {0xfff8U, 0x10000U, 0x10008U}) {
-        Bytes list(length, 2); // route targets, that of the end excepted
-        list[length - 8] = 9;
-        for (const std::uint32_t action : {kReplace, kDelete}) {
-            const Made got = apply(QEL_MDT_ApplyExtCommunity, action, list, bytes(kRt1), ctx_);
-            const Bytes rest = slice(list, length - 8, 8);
-            expect_list(got, action == kReplace ? host_list(kRt1) + rest : rest);
-        }
-    }
-    Bytes list(0x10008, 2);
-    EXPECT_EQ(apply(QEL_MDT_ApplyExtCommunity, kAdd, list, bytes(kRt1), ctx_).asserts, 0U);
+    const auto edit = [&](std::uint32_t action, const Bytes &list, const Bytes &value) {
+        return apply(QEL_MDT_ApplyExtCommunity, action, list, value, ctx_);
+    };
+    expect_lists_beyond_16_bits_stay_within_their_buffers(
+        edit, [](const Made &got, const Bytes &list) { expect_list(got, list); });
 }
 
 // --- lists of every kind against a model ----------------------------------------------------------------------------
-
-using List = std::vector<Bytes>; // elements in host order
-
-List elements(const Bytes &list)
-{
-    List out;
-    for (std::size_t at = 0; at + 8 <= list.size(); at += 8) {
-        out.push_back(slice(list, at, 8));
-    }
-    return out;
-}
-
-// Sub-type, type, then the value field by field, each from its most significant octet on.
-Bytes weight(const Bytes &element)
-{
-    const std::ptrdiff_t first = element[1] == 1 || element[1] == 2 ? 4 : 2;
-    Bytes out = element;
-    std::reverse(out.begin() + 2, out.begin() + 2 + first);
-    std::reverse(out.begin() + 2 + first, out.end());
-    return out;
-}
-
-Bytes cleaned(List list)
-{
-    std::sort(list.begin(), list.end(), [](const Bytes &a, const Bytes &b) { return weight(a) < weight(b); });
-    list.erase(std::unique(list.begin(), list.end()), list.end());
-    Bytes out;
-    for (const Bytes &element : list) {
-        out = out + element;
-    }
-    return out;
-}
 
 void expect_modelled(std::uint32_t action, const std::optional<Bytes> &list, const Bytes &value, QEL_FAMILY_CTX_S *ctx)
 {
@@ -694,55 +577,25 @@ TEST_F(MdtAction, RandomListsAsAModelGivesThem)
 
 // --- every allocation of an action fails once -----------------------------------------------------------------------
 
-constexpr std::uint32_t k3 = kOutOfMemory;
-constexpr std::uint32_t kB = kNoBlock; // sort scratch, then block
-
-struct FailureCase {
-    std::string name;
-    std::uint32_t action;
-    std::string list;
-    std::string value;
-    bool lent;
-    std::vector<std::uint32_t> codes; // what each allocation's failure gives, in turn
-};
-
-// While the inline buffer is free it serves the action's list, or where there is none the route's rest, and then the
-// sort's scratch.
-std::vector<FailureCase> failure_cases()
+// The two codes that change nothing make the action's list all the same.
+std::vector<FailureCase> all_failure_cases()
 {
+    std::vector<FailureCase> rows = failure_cases(kOutOfMemory, kNoBlock);
     const std::string both = kRt1 + kSourceAs;
     std::string many;
     for (int i = 0; i < 33; ++i) {
-        many += kRt1 + kSourceAs;
+        many += both;
     }
-    return {
-        {"replace", kReplace, both, kRt2, false, {k3, k3, kB}},
-        {"replace, lent", kReplace, both, kRt2, true, {k3, k3, k3, kB, kB}},
-        {"replace, no list", kReplace, "-", kRt2, false, {k3, kB}},
-        {"replace, no list, lent", kReplace, "-", kRt2, true, {k3, k3, kB, kB}},
-        {"replace, targets alone, lent", kReplace, kRt1, kRt2, true, {k3, k3, k3, kB, kB}},
-        {"replace, no value", kReplace, both, "", false, {k3, kB}},
-        {"replace, no value, lent", kReplace, both, "", true, {k3, k3, kB, kB}},
-        {"replace, long lists", kReplace, many, many, false, {k3, k3, k3, kB}},
-        {"add", kAdd, both, kRt2, false, {k3, kB}},
-        {"add, lent", kAdd, both, kRt2, true, {k3, k3, kB, kB}},
-        {"add 38, lent", kAddOther, both, kRt2, true, {k3, k3, kB, kB}},
-        {"add, no list", kAdd, "-", kRt2, false, {k3, kB}},
-        {"add, no list, lent", kAdd, "-", kRt2, true, {k3, k3, kB, kB}},
-        {"add, long lists", kAdd, many, many, false, {k3, k3, kB}},
-        {"delete", kDelete, both, kRt2, false, {k3, kB}},
-        {"delete, lent", kDelete, both, kRt2, true, {k3, k3, k3, kB, kB}},
-        {"delete, no value, lent", kDelete, both, "", true, {k3, k3, kB, kB}},
-        {"delete, long lists", kDelete, many, many, false, {k3, k3, k3, kB}},
-        {"36, lent", 36, both, kRt2, true, {k3}},
-        {"37, long value", 37, both, many, false, {k3}},
-        {"37, no value, lent", 37, both, "", true, {}},
-    };
+    rows.push_back({"add 38, lent", kAddOther, both, kRt2, true, {kOutOfMemory, kOutOfMemory, kNoBlock, kNoBlock}});
+    rows.push_back({"36, lent", 36, both, kRt2, true, {kOutOfMemory}});
+    rows.push_back({"37, long value", 37, both, many, false, {kOutOfMemory}});
+    rows.push_back({"37, no value, lent", 37, both, "", true, {}});
+    return rows;
 }
 
 TEST_F(MdtAction, EveryAllocationFailsOnceAndNothingIsLeftBehind)
 {
-    for (const FailureCase &row : failure_cases()) {
+    for (const FailureCase &row : all_failure_cases()) {
         SCOPED_TRACE(row.name);
         const auto keep = lend_if(row.lent, ctx_);
         expect_each_allocation_fails(row.codes, [&] {
@@ -822,7 +675,7 @@ TEST_F(MdtAction, TheStepReportsAMissingArgumentAndDoesNothing)
 TEST_F(MdtAction, NothingLeftIsABlockAndNothingChangedIsNone)
 {
     expect_no_value(apply(kDelete, kRt1, kRt2, ctx_));
-    expect_unchanged(apply(36, kRt1, kRt2, ctx_));
+    expect_null_result(apply(36, kRt1, kRt2, ctx_));
 }
 
 // --- the list to advertise ------------------------------------------------------------------------------------------
@@ -858,7 +711,7 @@ TEST_F(MdtAdvertise, NoListStoresNull)
 {
     for (const std::uint32_t flags : {0U, 1U}) {
         const Made got = advertise(std::nullopt, flags, ctx_);
-        expect_unchanged(got);
+        expect_null_result(got);
         EXPECT_EQ(got.allocations, 0U);
     }
 }

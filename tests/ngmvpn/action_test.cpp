@@ -1,6 +1,7 @@
 // Policy actions on the community list: replace, add, delete.
-#include "policy_cases.h"
+#include "segment_cases.h"
 
+#include "community_edits.h"
 #include "dirty_heap.h"
 #include "ngmvpn/qel_ngmvpn.h"
 #include "ngmvpn/qel_ngmvpn_segment_policy.h"
@@ -12,67 +13,30 @@
 namespace qel::test {
 namespace {
 
-constexpr std::uint32_t kReplace = 6;
-constexpr std::uint32_t kAdd = 7;
-constexpr std::uint32_t kDelete = 87;
 constexpr std::array kActions{kReplace, kAdd, kDelete};
 constexpr std::uint32_t kNoAction = 0x80013;
-
-const std::string kRt1 = " 0002 fde9 00000064 ";       // 65001:100
-const std::string kRt2 = " 0002 fde9 00000065 ";       // 65001:101
-const std::string kRt4 = " 0102 c0000201 0007 ";       // 192.0.2.1:7
-const std::string kRtAs4 = " 0202 00010203 0009 ";     // 66051:9
-const std::string kSourceAs = " 0009 fde9 00000000 ";  // 65001:0
-const std::string kImport = " 010b c0a80a0b 0001 ";    // 192.168.10.11:1
-const std::string kSegmented = " 0112 c0a80a0b 0000 "; // 192.168.10.11
 
 const Log kInput{"QEL_NGMVPN_ApplyExtCommunity, action input", "QEL_NGMVPN_ApplyExtCommunity, origi ext"};
 const Log kWhole{kInput[0], kInput[1], "QEL_NGMVPN_ApplyExtCommunity, outPut ext"};
 
 // --- one action -----------------------------------------------------------------------------------------------------
 
-struct Applied {
-    std::uint32_t code = 0;
-    bool stored = false; // the result pointer was written
-    Block block;         // empty: null
-    std::size_t asserts = 0;
-    Log log;
-    std::uint64_t allocations = 0;
-};
-
+using Applied = Answer;
 using Apply = decltype(&QEL_NGMVPN_ApplyExtCommunity);
 
 // The list, in host order, and the value end where their heap blocks end and stand at odd addresses; neither changes.
 Applied apply(Apply with, std::uint32_t action, const std::optional<Bytes> &list, const Bytes &value,
               QEL_FAMILY_CTX_S *ctx)
 {
-    static QEL_ROUTE_BLOCK_S untouched{};
     const OddBytes held(list.value_or(Bytes{}));
     const OddBytes given(value);
     QEL_ROUTE_INFO_S route{};
     route.uiExtCommLen = held.size();
     route.pucExtComm = list ? held.data() : nullptr;
-    QEL_ROUTE_BLOCK_S *result = &untouched;
-    Applied got;
-    const std::uint64_t made = allocations();
-    const platform::Recorder recorder;
-    got.code = with(&route, action, given.data(), given.size(), &result, ctx);
-    got.allocations = allocations() - made;
-    got.stored = result != &untouched;
-    if (got.stored) {
-        got.block = Block(result);
-    }
-    got.asserts = recorder.asserts().size();
-    got.log = log_of(recorder);
+    Applied got = answer_of([&](auto result) { return with(&route, action, given.data(), given.size(), result, ctx); });
     EXPECT_EQ(held.bytes(), list.value_or(Bytes{}));
     EXPECT_EQ(given.bytes(), value);
     return got;
-}
-
-// The list as it stands on the wire; "-" is no list.
-std::optional<Bytes> route_list(std::string_view wire)
-{
-    return wire == "-" ? std::nullopt : std::optional(host_list(wire));
 }
 
 Applied apply(std::uint32_t action, std::string_view list, std::string_view value, QEL_FAMILY_CTX_S *ctx)
@@ -440,45 +404,10 @@ TEST_F(Action, NullArgumentsAreRefusedWithOneReport)
 
 // --- lists of every kind against a model ----------------------------------------------------------------------------
 
-using List = std::vector<Bytes>; // elements in host order
-
-List elements(const Bytes &list)
-{
-    List out;
-    for (std::size_t at = 0; at + 8 <= list.size(); at += 8) {
-        out.push_back(slice(list, at, 8));
-    }
-    return out;
-}
-
-List joined(List left, const List &right)
-{
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
 List without_route_targets(List list)
 {
     std::erase_if(list, [](const Bytes &element) { return element[0] == 2; });
     return list;
-}
-
-// Sub-type, type, then the value as it lies in memory from its most significant octet on, field by field.
-Bytes weight(const Bytes &element)
-{
-    const std::size_t first = element[1] == 1 || element[1] == 2 ? 4 : 2;
-    return slice(element, 0, 2) + reversed(element, 2, first) + reversed(element, 2 + first, 6 - first);
-}
-
-Bytes cleaned(List list)
-{
-    std::sort(list.begin(), list.end(), [](const Bytes &a, const Bytes &b) { return weight(a) < weight(b); });
-    list.erase(std::unique(list.begin(), list.end()), list.end());
-    Bytes out;
-    for (const Bytes &element : list) {
-        out = out + element;
-    }
-    return out;
 }
 
 void expect_modelled(std::uint32_t action, const std::optional<Bytes> &list, const Bytes &value, QEL_FAMILY_CTX_S *ctx)
@@ -496,7 +425,8 @@ void expect_modelled(std::uint32_t action, const std::optional<Bytes> &list, con
         return;
     }
     if (action != kDelete) {
-        want = joined(want, elements(host_list(value)));
+        const List added = elements(host_list(value));
+        want.insert(want.end(), added.begin(), added.end());
     }
     if (want.empty()) { // less than one element and nothing else: it counts as one, as it stands
         want.push_back(value + Bytes(8 - value.size()));
@@ -593,15 +523,10 @@ TEST_F(Action, RandomListsBeyondTheInlineBuffer)
 // kept: the route's elements are counted in 16 bits
 TEST_F(Action, TheElementsOfTheRouteAreCountedIn16Bits)
 {
-    Bytes list = host_list(kSourceAs);
-    list.resize(0x80000);
-    expect_no_value(apply(QEL_NGMVPN_ApplyExtCommunity, kDelete, list, bytes(kRt1), ctx_));
-    expect_list(apply(QEL_NGMVPN_ApplyExtCommunity, kReplace, list, bytes(kRt1), ctx_), host_list(kRt1));
-    expect_list(apply(QEL_NGMVPN_ApplyExtCommunity, kAdd, list, bytes(kRt1), ctx_), host_list(kRt1));
-    list.resize(0x80008);
-    expect_list(apply(QEL_NGMVPN_ApplyExtCommunity, kDelete, list, bytes(kRt1), ctx_), host_list(kSourceAs));
-    expect_list(apply(QEL_NGMVPN_ApplyExtCommunity, kReplace, list, bytes(kRt1), ctx_), host_list(kRt1 + kSourceAs));
-    expect_list(apply(QEL_NGMVPN_ApplyExtCommunity, kAdd, list, bytes(kRt1), ctx_), host_list(kRt1 + kSourceAs));
+    const auto edit = [&](std::uint32_t action, const Bytes &list, const Bytes &value) {
+        return apply(QEL_NGMVPN_ApplyExtCommunity, action, list, value, ctx_);
+    };
+    expect_route_elements_counted_in_16_bits(edit, expect_list, expect_no_value);
 }
 
 // kept: so are those of the action
@@ -616,71 +541,29 @@ TEST_F(Action, TheElementsOfTheActionAreCountedIn16Bits)
 
 TEST_F(Action, AListWhoseLengthPasses16BitsStaysWithinItsBuffers)
 {
-    for (const std::size_t length : {0xfff8U, 0x10000U, 0x10008U}) {
-        Bytes list(length, 2); // route targets, that of the end excepted
-        list[length - 8] = 9;
-        for (const std::uint32_t action : {kReplace, kDelete}) {
-            const Applied got = apply(QEL_NGMVPN_ApplyExtCommunity, action, list, bytes(kRt1), ctx_);
-            const Bytes rest = slice(list, length - 8, 8);
-            expect_list(got, action == kReplace ? host_list(kRt1) + rest : rest);
-        }
-    }
-    Bytes list(0x10008, 2);
-    EXPECT_EQ(apply(QEL_NGMVPN_ApplyExtCommunity, kAdd, list, bytes(kRt1), ctx_).asserts, 0U);
+    const auto edit = [&](std::uint32_t action, const Bytes &list, const Bytes &value) {
+        return apply(QEL_NGMVPN_ApplyExtCommunity, action, list, value, ctx_);
+    };
+    expect_lists_beyond_16_bits_stay_within_their_buffers(edit, expect_list);
 }
 
 // --- every allocation fails once ------------------------------------------------------------------------------------
 
-struct FailureCase {
-    std::string name;
-    std::uint32_t action;
-    std::string list;
-    std::string value;
-    bool lent;
-    std::vector<std::uint32_t> codes; // what each allocation's failure gives, in turn
-    bool no_value = false;            // the last one is the no-value block
-};
-
-constexpr std::uint32_t k3 = kOutOfMemory;
-constexpr std::uint32_t kB = kNoMemory; // sort scratch, then block
-
-// While the inline buffer is free it serves the action's list, or where there is none the route's rest, and then the
-// sort's scratch.
-std::vector<FailureCase> failure_cases()
+// Those that end with the no-value block too.
+std::vector<FailureCase> all_failure_cases()
 {
-    const std::string both = kRt1 + kSourceAs;
-    std::string many;
-    for (int i = 0; i < 33; ++i) {
-        many += kRt1 + kSourceAs;
-    }
-    return {
-        {"replace", kReplace, both, kRt2, false, {k3, k3, kB}},
-        {"replace, lent", kReplace, both, kRt2, true, {k3, k3, k3, kB, kB}},
-        {"replace, no list", kReplace, "-", kRt2, false, {k3, kB}},
-        {"replace, no list, lent", kReplace, "-", kRt2, true, {k3, k3, kB, kB}},
-        {"replace, targets alone", kReplace, kRt1, kRt2, false, {k3, k3, kB}},
-        {"replace, targets alone, lent", kReplace, kRt1, kRt2, true, {k3, k3, k3, kB, kB}},
-        {"replace, no value", kReplace, both, "", false, {k3, kB}},
-        {"replace, no value, lent", kReplace, both, "", true, {k3, k3, kB, kB}},
-        {"replace by nothing", kReplace, kRt1, "", false, {kB}, true},
-        {"replace by nothing, lent", kReplace, kRt1, "", true, {k3, kB}, true},
-        {"replace by nothing, no list", kReplace, "-", "", true, {kB}, true},
-        {"replace, long lists", kReplace, many, many, false, {k3, k3, k3, kB}},
-        {"replace, long lists, lent", kReplace, many, many, true, {k3, k3, k3, kB, kB}},
-        {"add", kAdd, both, kRt2, false, {k3, kB}},
-        {"add, lent", kAdd, both, kRt2, true, {k3, k3, kB, kB}},
-        {"add, no list", kAdd, "-", kRt2, false, {k3, kB}},
-        {"add, no list, lent", kAdd, "-", kRt2, true, {k3, k3, kB, kB}},
-        {"add, long lists", kAdd, many, many, false, {k3, k3, kB}},
-        {"delete", kDelete, both, kRt2, false, {k3, kB}},
-        {"delete, lent", kDelete, both, kRt2, true, {k3, k3, k3, kB, kB}},
-        {"delete, no value, lent", kDelete, both, "", true, {k3, k3, kB, kB}},
-        {"delete of all", kDelete, kRt1, kRt2, false, {kB}, true},
-        {"delete of all, lent", kDelete, kRt1, kRt2, true, {k3, k3, kB}, true},
-        {"delete, no list", kDelete, "-", kRt2, false, {kB}, true},
-        {"delete, no list, lent", kDelete, "-", kRt2, true, {k3, kB}, true},
-        {"delete, long lists", kDelete, many, many, false, {k3, k3, k3, kB}},
+    std::vector<FailureCase> rows = failure_cases(kOutOfMemory, kNoMemory);
+    const FailureCase no_value[] = {
+        {"replace by nothing", kReplace, kRt1, "", false, {kNoMemory}, true},
+        {"replace by nothing, lent", kReplace, kRt1, "", true, {kOutOfMemory, kNoMemory}, true},
+        {"replace by nothing, no list", kReplace, "-", "", true, {kNoMemory}, true},
+        {"delete of all", kDelete, kRt1, kRt2, false, {kNoMemory}, true},
+        {"delete of all, lent", kDelete, kRt1, kRt2, true, {kOutOfMemory, kOutOfMemory, kNoMemory}, true},
+        {"delete, no list", kDelete, "-", kRt2, false, {kNoMemory}, true},
+        {"delete, no list, lent", kDelete, "-", kRt2, true, {kOutOfMemory, kNoMemory}, true},
     };
+    rows.insert(rows.end(), std::begin(no_value), std::end(no_value));
+    return rows;
 }
 
 void expect_failure(const FailureCase &row, std::size_t after, QEL_FAMILY_CTX_S *ctx)
@@ -700,10 +583,9 @@ void expect_failure(const FailureCase &row, std::size_t after, QEL_FAMILY_CTX_S 
 
 TEST_F(Action, EveryAllocationFailsOnceAndNothingIsLeftBehind)
 {
-    for (const FailureCase &row : failure_cases()) {
+    for (const FailureCase &row : all_failure_cases()) {
         SCOPED_TRACE(row.name);
-        const std::optional<LentBuffer> lent =
-            row.lent ? std::optional<LentBuffer>(std::in_place, ctx_) : std::optional<LentBuffer>();
+        const auto lent = lent_buffer_if<LentBuffer>(row.lent, ctx_);
         for (std::size_t after = 0; after < row.codes.size(); ++after) {
             SCOPED_TRACE(after);
             expect_failure(row, after, ctx_);

@@ -81,25 +81,25 @@ TEST_F(AttributeMsg, LessThanOneElementIsRefused)
     EXPECT_FALSE(fail.fired());
 }
 
+void expect_attribute(const MessageGot &got, std::uint8_t flag, std::uint8_t type, std::size_t length)
+{
+    ASSERT_TRUE(got.block);
+    EXPECT_EQ(got.block->ucAttrFlag, flag);
+    EXPECT_EQ(got.block->ucAttrType, type);
+    EXPECT_EQ(got.block->usAttrLen, length);
+}
+
 TEST_F(AttributeMsg, AListIsAttributeSixteenOfFlagZeroAndAsLongAsItsValue)
 {
     for (const std::size_t odd : {0U, 1U, 7U}) {
-        const MessageGot got = list(kRtAs2.wire + Bytes(odd));
-        ASSERT_TRUE(got.block);
-        EXPECT_EQ(got.block->ucAttrFlag, 0);
-        EXPECT_EQ(got.block->ucAttrType, 16);
-        EXPECT_EQ(got.block->usAttrLen, 8 + odd);
+        expect_attribute(list(kRtAs2.wire + Bytes(odd)), 0, 16, 8 + odd);
     }
 }
 
 TEST_F(AttributeMsg, AnIpv6ListIsAttributeTwentyFiveOfFlagThreeAndAsLongAsItsValue)
 {
     for (const std::size_t odd : {0U, 1U, 19U}) {
-        const MessageGot got = list6(kRt6.wire + Bytes(odd));
-        ASSERT_TRUE(got.block);
-        EXPECT_EQ(got.block->ucAttrFlag, 3);
-        EXPECT_EQ(got.block->ucAttrType, 25);
-        EXPECT_EQ(got.block->usAttrLen, 20 + odd);
+        expect_attribute(list6(kRt6.wire + Bytes(odd)), 3, 25, 20 + odd);
     }
 }
 

@@ -10,36 +10,31 @@ namespace {
 
 // --- tables ---------------------------------------------------------------------------------------------------------
 
+// The rows behind those of the routes.
+template <std::size_t kRows, typename Handler>
+void expect_attribute_rows(const QEL_DISPATCH_ENTRY_S (&table)[kRows], Handler QEL_DISPATCH_ENTRY_S::*handler,
+                           const std::array<Handler, 5> &handlers)
+{
+    static constexpr std::array<std::uint32_t, 5> types{16, 22, 25, 40, 66};
+    ASSERT_EQ(kRows, 7U);
+    for (std::size_t i = 0; i < types.size(); ++i) {
+        EXPECT_EQ(table[2 + i].uiType, types[i]);
+        EXPECT_EQ(table[2 + i].*handler, handlers[i]) << types[i];
+    }
+}
+
 TEST(AttributeTable, ParseRowsInOrder)
 {
-    const auto &table = g_astQelNgmvpnPktParseTbl;
-    ASSERT_EQ(std::size(table), 7U);
-    EXPECT_EQ(table[2].uiType, 16U);
-    EXPECT_EQ(table[2].pfParsePkt, &QEL_NGMVPN_ParseExtCommunity);
-    EXPECT_EQ(table[3].uiType, 22U);
-    EXPECT_EQ(table[3].pfParsePkt, &QEL_NGMVPN_ParsePmsiTnl);
-    EXPECT_EQ(table[4].uiType, 25U);
-    EXPECT_EQ(table[4].pfParsePkt, &QEL_NGMVPN_ParseIPv6ExtCommunity);
-    EXPECT_EQ(table[5].uiType, 40U);
-    EXPECT_EQ(table[5].pfParsePkt, &QEL_NGMVPN_ParsePrefixSid);
-    EXPECT_EQ(table[6].uiType, 66U);
-    EXPECT_EQ(table[6].pfParsePkt, &QEL_NGMVPN_ParseMsid);
+    expect_attribute_rows(g_astQelNgmvpnPktParseTbl, &QEL_DISPATCH_ENTRY_S::pfParsePkt,
+                          {QEL_NGMVPN_ParseExtCommunity, QEL_NGMVPN_ParsePmsiTnl, QEL_NGMVPN_ParseIPv6ExtCommunity,
+                           QEL_NGMVPN_ParsePrefixSid, QEL_NGMVPN_ParseMsid});
 }
 
 TEST(AttributeTable, FormatRowsInOrder)
 {
-    const auto &table = g_astQelNgmvpnPktFormatTbl;
-    ASSERT_EQ(std::size(table), 7U);
-    EXPECT_EQ(table[2].uiType, 16U);
-    EXPECT_EQ(table[2].pfFormatPkt, &QEL_NGMVPN_FormatExtCommunity);
-    EXPECT_EQ(table[3].uiType, 22U);
-    EXPECT_EQ(table[3].pfFormatPkt, &QEL_NGMVPN_FormatPmsiTnl);
-    EXPECT_EQ(table[4].uiType, 25U);
-    EXPECT_EQ(table[4].pfFormatPkt, &QEL_NGMVPN_FormatIPv6ExtCommunity);
-    EXPECT_EQ(table[5].uiType, 40U);
-    EXPECT_EQ(table[5].pfFormatPkt, &QEL_NGMVPN_FormatPrefixSid);
-    EXPECT_EQ(table[6].uiType, 66U);
-    EXPECT_EQ(table[6].pfFormatPkt, &QEL_NGMVPN_FormatMsid);
+    expect_attribute_rows(g_astQelNgmvpnPktFormatTbl, &QEL_DISPATCH_ENTRY_S::pfFormatPkt,
+                          {QEL_NGMVPN_FormatExtCommunity, QEL_NGMVPN_FormatPmsiTnl, QEL_NGMVPN_FormatIPv6ExtCommunity,
+                           QEL_NGMVPN_FormatPrefixSid, QEL_NGMVPN_FormatMsid});
 }
 
 TEST(AttributeTable, LookupsFindTheRows)

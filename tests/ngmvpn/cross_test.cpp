@@ -591,6 +591,18 @@ TEST(CrossCmcastType, ABufferOfLessThanTwoOctetsIsLeftAlone)
     EXPECT_EQ(hex(rewritten(nonkey_of(7, kFlagType), value, 2, 2)), hex_of("0b01")) << "two octets are enough";
 }
 
+TEST(CrossCmcastType, ALengthBeyondTheBufferOrOfLessThanTwoOctetsLeavesTheType)
+{
+    const platform::Recorder recorder;
+    for (const auto &[size, length] : {std::pair{8U, 9U}, {8U, 20U}, {2U, 3U}, {8U, 0xffffffffU}, {8U, 0U}, {8U, 1U}}) {
+        SCOPED_TRACE(length);
+        std::uint16_t value[4] = {0x0102, 0, 0, 0};
+        QEL_NGMVPN_SetImpRtTypeNonKeyRDZero(value, size, length);
+        EXPECT_EQ(value[0], 0x0102);
+    }
+    EXPECT_TRUE(recorder.asserts().empty());
+}
+
 // --- Leaf A-D -------------------------------------------------------------------------------------------------------
 
 // The value of a Leaf A-D route, worked out from its route key and one target.
@@ -1068,12 +1080,13 @@ TEST_F(CrossTest, TheWorkerReportsTheFirstMissingArgumentAndWritesNothing)
 TEST_F(CrossTest, TheMarkerReportsTheFirstMissingArgumentAndWritesNothing)
 {
     const CrossRoute route(nonkey_of(1, kFlagsTypeAndRd));
-    expect_nulls_reported_in_order(4, [&](unsigned nulls) {
+    expect_nulls_reported_in_order(6, [&](unsigned nulls) {
         CrossArgs args{.cursor = 0};
         QEL_ROUTE_INFO_S info = route.info;
-        info.pucNonKey = null_if(nulls, 3, info.pucNonKey);
-        EXPECT_EQ(QEL_NGMVPN_GetRdCross(&info, null_if(nulls, 0, &args.value), null_if(nulls, 1, &args.length),
-                                        &args.cursor, &args.more, null_if(nulls, 2, ctx_)),
+        info.pucNonKey = null_if(nulls, 4, info.pucNonKey);
+        EXPECT_EQ(QEL_NGMVPN_GetRdCross(null_if(nulls, 3, &info), null_if(nulls, 0, &args.value),
+                                        null_if(nulls, 1, &args.length), null_if(nulls, 5, &args.cursor), &args.more,
+                                        null_if(nulls, 2, ctx_)),
                   kNull);
         args.expect_untouched(0);
     });

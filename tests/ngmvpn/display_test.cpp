@@ -2,6 +2,7 @@
 #include "dfx_cases.h"
 
 #include "dirty_heap.h"
+#include "fail_copy.h"
 
 #include <numeric>
 #include <optional>
@@ -1280,14 +1281,14 @@ TEST_F(Display, ABierPrefixThatCannotBeCopiedIsAFailureOfTheTunnel)
     const OddBytes section(bier_tunnels()[1].section);
     std::array<char, 512> out{"x"};
     {
-        const platform::FailCopy failure(0);
+        const FailCopy failure(0);
         EXPECT_EQ(QEL_NGMVPN_BierPmsiToStr(section.as<QEL_NGMVPN_PMSI_TNL_S>(), out.data(), 512), -1);
         EXPECT_TRUE(failure.fired());
     }
     EXPECT_TRUE(recorder_.asserts().empty()) << "the caller reports it";
     EXPECT_STREQ(out.data(), "x");
     std::uint32_t length = 77;
-    const platform::FailCopy failure(0);
+    const FailCopy failure(0);
     EXPECT_EQ(QEL_NGMVPN_PmsiDataToStr(section.as<QEL_NGMVPN_PMSI_TNL_S>(), out.data(), 512, &length), kNoText);
     EXPECT_TRUE(failure.fired());
     EXPECT_EQ(recorder_.asserts().size(), 1U);
@@ -1607,7 +1608,7 @@ TEST_F(DisplayScratch, OneThatCannotBeClearedIsReportedAndUsed)
 {
     for (const Shown &row : rows_) {
         SCOPED_TRACE(row.name);
-        const platform::FailCopy failure(0);
+        const FailCopy failure(0);
         expect_shown(run_display(row.handler, row.route, {.out_len = kRoom, .index = 0}, ctx_), row.text,
                      row.index_after, 0, 1);
         EXPECT_TRUE(failure.fired());
@@ -1621,7 +1622,7 @@ TEST_F(DisplayScratch, ACopyToTheCallerThatFailsIsReportedAndTheWorkGoesOn)
 {
     for (const Shown &row : rows_) {
         SCOPED_TRACE(row.name);
-        const platform::FailCopy failure(1);
+        const FailCopy failure(1);
         const TextCall got = run_display(row.handler, row.route, {.out_len = kRoom, .index = 0}, ctx_);
         EXPECT_TRUE(failure.fired());
         EXPECT_EQ(got.code, 0U);

@@ -127,6 +127,32 @@ inline std::vector<Tunnel> all_tunnels()
     return {rsvp_te(), mldp(), mldp({}), mldp(Bytes(240, 0x3c)), bier4(), bier6()};
 }
 
+// --- routes that are imported ---------------------------------------------------------------------------------------
+
+inline constexpr std::uint32_t kPolicy = 0x00abcdef;
+
+inline std::vector<NlriCase> ad_routes()
+{
+    std::vector<NlriCase> out;
+    for (const auto &rows : {ipmsi_routes(), spmsi_routes()}) {
+        for (const NlriCase &route : rows) {
+            if (route.key.uiKeyType != 2) {
+                out.push_back(route);
+            }
+        }
+    }
+    return out;
+}
+
+inline std::vector<NlriCase> leaf_routes()
+{
+    std::vector<NlriCase> out = ipmsi_leaf_routes();
+    for (const auto &rows : {spmsi_leaf_routes(), padded_leaf_routes()}) {
+        out.insert(out.end(), rows.begin(), rows.end());
+    }
+    return out;
+}
+
 // --- message 137 ----------------------------------------------------------------------------------------------------
 
 inline Bytes policy_tlv(std::uint32_t policy_id)
@@ -153,26 +179,16 @@ inline ImportRecord key_record(const QEL_NGMVPN_KEY_S &key, std::uint32_t policy
 // A block of RD, key, non-key and the record.
 inline void expect_import_block(const Block &block, const QEL_NGMVPN_KEY_S &key, const Bytes &record)
 {
-    ASSERT_TRUE(block);
-    QEL_ROUTE_BLOCK_S header{};
+    QEL_ROUTE_BLOCK_S header = route_header();
     header.uiValidMask = 0xf;
     header.ucAttrFlag = 2;
     header.ucAttrType = 243;
-    header.usRdOffset = 32;
-    header.usRdLen = 8;
-    header.usKeyOffset = 40;
-    header.usKeyLen = 104;
-    header.usNonKeyOffset = 144;
-    header.usNonKeyLen = 100;
     header.usAttrOffset = 244;
     header.usAttrLen = static_cast<std::uint16_t>(record.size());
-    ASSERT_EQ(hex(block.section(0, 32)), hex(bytes_of(header)));
-    EXPECT_EQ(hex(block.section(32, 8)), hex(bytes_of(key.stRd)));
-    EXPECT_EQ(hex(block.section(40, 104)), hex(bytes_of(key)));
     auto nonkey = zeroed<QEL_NGMVPN_NONKEY_S>();
     nonkey.usFlags = 0x1;
     nonkey.uiKeyType = key.uiKeyType;
-    EXPECT_EQ(hex(block.section(144, 100)), hex(bytes_of(nonkey)));
+    ASSERT_NO_FATAL_FAILURE(expect_block(block, key, nonkey, header));
     EXPECT_EQ(hex(block.section(244, header.usAttrLen)), hex(record));
 }
 

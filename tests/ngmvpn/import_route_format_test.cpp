@@ -10,7 +10,6 @@
 namespace qel::test {
 namespace {
 
-constexpr std::uint32_t kPolicy = 0x00abcdef;
 constexpr std::uint32_t kRoutePolicy = 0x00123456;
 
 // Another key than any of the routes, so that it shows which of the two goes out.
@@ -30,28 +29,6 @@ ImportRecord record_of(const QEL_NGMVPN_KEY_S &key)
 Sections with_record(const QEL_NGMVPN_KEY_S &key)
 {
     return {.key = other_key(), .record = record_of(key).octets(), .policy_id = kRoutePolicy};
-}
-
-std::vector<NlriCase> ad_routes()
-{
-    std::vector<NlriCase> out;
-    for (const auto &rows : {ipmsi_routes(), spmsi_routes()}) {
-        for (const NlriCase &route : rows) {
-            if (route.key.uiKeyType != 2) {
-                out.push_back(route);
-            }
-        }
-    }
-    return out;
-}
-
-std::vector<NlriCase> leaf_routes()
-{
-    std::vector<NlriCase> out = ipmsi_leaf_routes();
-    for (const auto &rows : {spmsi_leaf_routes(), padded_leaf_routes()}) {
-        out.insert(out.end(), rows.begin(), rows.end());
-    }
-    return out;
 }
 
 // As it is written here: the outer length of an I-PMSI leaf is always 18.
@@ -160,20 +137,25 @@ TEST_F(ImportRouteKeyWriter, ComesThroughTheOperation)
     EXPECT_EQ(row->pfFormatMsg, QEL_NGMVPN_FormatMcImportRouteNoKeyTlv);
 }
 
+void expect_writer_refuses_null_arguments(MessageFormatter formatter, const QEL_ROUTE_INFO_S &route,
+                                          QEL_FAMILY_CTX_S *ctx)
+{
+    std::array<std::uint8_t, 100> out{};
+    std::uint8_t *cursor = out.data();
+    for (const std::uint32_t room : {0U, 100U}) {
+        expect_null_arguments_refused(3, [&](unsigned nulls) {
+            return formatter(unless(nulls & 1U, &route), unless(nulls & 2U, &cursor), room, unless(nulls & 4U, ctx));
+        });
+    }
+    EXPECT_EQ(cursor, out.data());
+}
+
 TEST_F(ImportRouteKeyWriter, NullArgumentsAreReportedOnce)
 {
     const HostRoute host(with_record(intra_key(rd_a(), o4())));
     for (const MessageFormatter formatter :
          {QEL_NGMVPN_FormatMcImportRouteKeyTlv, QEL_NGMVPN_FormatMcImportRouteNoKeyTlv}) {
-        std::array<std::uint8_t, 100> out{};
-        std::uint8_t *cursor = out.data();
-        for (const std::uint32_t room : {0U, 100U}) {
-            expect_null_arguments_refused(3, [&](unsigned nulls) {
-                return formatter(unless(nulls & 1U, &host.info), unless(nulls & 2U, &cursor), room,
-                                 unless(nulls & 4U, ctx_));
-            });
-        }
-        EXPECT_EQ(cursor, out.data());
+        expect_writer_refuses_null_arguments(formatter, host.info, ctx_);
     }
 }
 
@@ -183,15 +165,7 @@ TEST_F(ImportRouteKeyWriter, NullArgumentsOfTheFormsAreReportedOnce)
     for (const MessageFormatter formatter :
          {QEL_NGMVPN_FormatBgpIntraIpmsiAdNlriKey, QEL_NGMVPN_FormatBgpSpmsiAdNlriKey,
           QEL_NGMVPN_FormatBgpLeafAdNlriKey, QEL_NGMVPN_FormatMcImportRoutePlyIdTlv}) {
-        std::array<std::uint8_t, 100> out{};
-        std::uint8_t *cursor = out.data();
-        for (const std::uint32_t room : {0U, 100U}) {
-            expect_null_arguments_refused(3, [&](unsigned nulls) {
-                return formatter(unless(nulls & 1U, &host.info), unless(nulls & 2U, &cursor), room,
-                                 unless(nulls & 4U, ctx_));
-            });
-        }
-        EXPECT_EQ(cursor, out.data());
+        expect_writer_refuses_null_arguments(formatter, host.info, ctx_);
     }
 }
 

@@ -14,30 +14,6 @@ namespace {
 
 using ImportRouteKey = ImportRouteTest;
 
-constexpr std::uint32_t kPolicy = 0x00abcdef;
-
-std::vector<NlriCase> ad_routes()
-{
-    std::vector<NlriCase> out;
-    for (const auto &rows : {ipmsi_routes(), spmsi_routes()}) {
-        for (const NlriCase &route : rows) {
-            if (route.key.uiKeyType != 2) {
-                out.push_back(route);
-            }
-        }
-    }
-    return out;
-}
-
-std::vector<NlriCase> leaf_routes()
-{
-    std::vector<NlriCase> out = ipmsi_leaf_routes();
-    for (const auto &rows : {spmsi_leaf_routes(), padded_leaf_routes()}) {
-        out.insert(out.end(), rows.begin(), rows.end());
-    }
-    return out;
-}
-
 Log success_log(const QEL_NGMVPN_KEY_S &key, const std::string &policy_id)
 {
     return Log{std::string(key.uiKeyType == 1 ? "QEL_NGMVPN_ParseBgpIntraIpmsiAdKey"

@@ -551,12 +551,31 @@ Words words_of(decltype(&QEL_NGMVPN_GetIPv4WcType) get, const Bytes &key, std::u
     return {wc.bStarStar, wc.bStarG, wc.bSourceStar, wc.bOrigIpv6};
 }
 
+struct WordsRow {
+    std::string key;
+    Words words;
+};
+
+// The two instances of the family give the words of each key, all others leave them.
+void expect_words(decltype(&QEL_NGMVPN_GetIPv4WcType) get, const std::vector<WordsRow> &rows,
+                  const std::array<std::uint16_t, 2> &own, const std::array<std::uint16_t, 3> &others)
+{
+    for (const WordsRow &row : rows) {
+        SCOPED_TRACE(row.key);
+        const Bytes key = bytes(kRd0 + row.key);
+        for (const std::uint16_t kind : own) {
+            EXPECT_EQ(words_of(get, key, kind), row.words);
+        }
+        const Words before{7, 8, 9, 10};
+        for (const std::uint16_t kind : others) {
+            EXPECT_EQ(words_of(get, key, kind, before), before);
+        }
+    }
+}
+
 TEST(IrtWildcard, TheWordsOfIpv4Keys)
 {
-    struct {
-        std::string key;
-        Words words;
-    } const rows[] = {
+    const std::vector<WordsRow> rows = {
         {"0000" + kO4, {1, 0, 0, 0}},
         {"0000" + kO6, {1, 0, 0, 1}},
         {"ffff" + kO4, {1, 0, 0, 0}}, // the length alone tells
@@ -575,24 +594,12 @@ TEST(IrtWildcard, TheWordsOfIpv4Keys)
         {kZ4 + kZ4 + kO4, {0, 0, 0, 0}},
         {kZ4 + kZ4 + kO6, {0, 0, 0, 1}},
     };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.key);
-        const Bytes key = bytes(kRd0 + row.key);
-        EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv4WcType, key, kKindMvrf4), row.words);
-        EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv4WcType, key, kKindMvpn4), row.words);
-        const Words before{7, 8, 9, 10};
-        for (const std::uint16_t kind : {kKindPlain, kKindMvrf6, kKindMvpn6}) {
-            EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv4WcType, key, kind, before), before);
-        }
-    }
+    expect_words(QEL_NGMVPN_GetIPv4WcType, rows, {kKindMvrf4, kKindMvpn4}, {kKindPlain, kKindMvrf6, kKindMvpn6});
 }
 
 TEST(IrtWildcard, TheWordsOfIpv6Keys)
 {
-    struct {
-        std::string key;
-        Words words;
-    } const rows[] = {
+    const std::vector<WordsRow> rows = {
         {"0000" + kO4, {1, 0, 0, 0}},
         {"0000" + kO6, {1, 0, 0, 1}},
         {"00" + kG6 + kO4, {0, 1, 0, 0}},
@@ -607,16 +614,7 @@ TEST(IrtWildcard, TheWordsOfIpv6Keys)
         {kZ6 + kZ6 + kO4, {0, 0, 0, 0}},
         {kZ6 + kZ6 + kO6, {0, 0, 0, 1}},
     };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.key);
-        const Bytes key = bytes(kRd0 + row.key);
-        EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv6WcType, key, kKindMvrf6), row.words);
-        EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv6WcType, key, kKindMvpn6), row.words);
-        const Words before{7, 8, 9, 10};
-        for (const std::uint16_t kind : {kKindPlain, kKindMvrf4, kKindMvpn4}) {
-            EXPECT_EQ(words_of(QEL_NGMVPN_GetIPv6WcType, key, kind, before), before);
-        }
-    }
+    expect_words(QEL_NGMVPN_GetIPv6WcType, rows, {kKindMvrf6, kKindMvpn6}, {kKindPlain, kKindMvrf4, kKindMvpn4});
 }
 
 TEST(IrtWildcard, ServesTheTwoInstancesOfItsFamilyAlone)

@@ -107,11 +107,30 @@ inline QEL_NGMVPN_KEY_S empty_key(std::uint32_t type, const QEL_RD_VALUE_S &rd)
     return key;
 }
 
+template <typename Body> void put_source_and_group(Body &body, const Addr &src, const Addr &grp)
+{
+    body.ucSrcAddrLen = src.len;
+    body.stSrcAddr = src.value;
+    body.ucGrpAddrLen = grp.len;
+    body.stGrpAddr = grp.value;
+}
+
+template <typename Body> void put_originator(Body &body, const Addr &orig)
+{
+    body.ucOrigAddrLen = orig.len;
+    body.stOrigAddr = orig.value;
+}
+
+template <typename Body> void put_leaf(Body &body, const Addr &leaf)
+{
+    body.ucLeafAddrLen = leaf.len;
+    body.stLeafAddr = leaf.value;
+}
+
 inline QEL_NGMVPN_KEY_S intra_key(const QEL_RD_VALUE_S &rd, const Addr &orig)
 {
     QEL_NGMVPN_KEY_S key = empty_key(1, rd);
-    key.uKey.stIntraIpmsiAd.ucOrigAddrLen = orig.len;
-    key.uKey.stIntraIpmsiAd.stOrigAddr = orig.value;
+    put_originator(key.uKey.stIntraIpmsiAd, orig);
     return key;
 }
 
@@ -128,23 +147,16 @@ inline QEL_NGMVPN_KEY_S spmsi_key(const QEL_RD_VALUE_S &rd, std::uint8_t family,
     QEL_NGMVPN_KEY_S key = empty_key(3, rd);
     auto &body = key.uKey.stSpmsiAd;
     body.ucKeyAddrFamily = family;
-    body.ucSrcAddrLen = src.len;
-    body.stSrcAddr = src.value;
-    body.ucGrpAddrLen = grp.len;
-    body.stGrpAddr = grp.value;
-    body.ucOrigAddrLen = orig.len;
-    body.stOrigAddr = orig.value;
+    put_source_and_group(body, src, grp);
+    put_originator(body, orig);
     return key;
 }
 
 inline QEL_NGMVPN_KEY_S ipmsi_leaf_key(const QEL_RD_VALUE_S &rd, const Addr &orig, const Addr &leaf)
 {
     QEL_NGMVPN_KEY_S key = empty_key(4, rd);
-    auto &body = key.uKey.stIpmsiLeafAd;
-    body.ucOrigAddrLen = orig.len;
-    body.stOrigAddr = orig.value;
-    body.ucLeafAddrLen = leaf.len;
-    body.stLeafAddr = leaf.value;
+    put_originator(key.uKey.stIpmsiLeafAd, orig);
+    put_leaf(key.uKey.stIpmsiLeafAd, leaf);
     return key;
 }
 
@@ -154,25 +166,16 @@ inline QEL_NGMVPN_KEY_S spmsi_leaf_key(const QEL_RD_VALUE_S &rd, std::uint8_t fa
     QEL_NGMVPN_KEY_S key = empty_key(5, rd);
     auto &body = key.uKey.stSpmsiLeafAd;
     body.ucKeyAddrFamily = family;
-    body.ucSrcAddrLen = src.len;
-    body.stSrcAddr = src.value;
-    body.ucGrpAddrLen = grp.len;
-    body.stGrpAddr = grp.value;
-    body.ucOrigAddrLen = orig.len;
-    body.stOrigAddr = orig.value;
-    body.ucLeafAddrLen = leaf.len;
-    body.stLeafAddr = leaf.value;
+    put_source_and_group(body, src, grp);
+    put_originator(body, orig);
+    put_leaf(body, leaf);
     return key;
 }
 
 inline QEL_NGMVPN_KEY_S source_active_key(const QEL_RD_VALUE_S &rd, const Addr &src, const Addr &grp)
 {
     QEL_NGMVPN_KEY_S key = empty_key(6, rd);
-    auto &body = key.uKey.stSourceActiveAd;
-    body.ucSrcAddrLen = src.len;
-    body.stSrcAddr = src.value;
-    body.ucGrpAddrLen = grp.len;
-    body.stGrpAddr = grp.value;
+    put_source_and_group(key.uKey.stSourceActiveAd, src, grp);
     return key;
 }
 
@@ -180,12 +183,8 @@ inline QEL_NGMVPN_KEY_S cmcast_key(std::uint32_t type, const QEL_RD_VALUE_S &rd,
                                    const Addr &grp)
 {
     QEL_NGMVPN_KEY_S key = empty_key(type, rd);
-    auto &body = key.uKey.stCMulticastRoute;
-    body.uiSourceAs = as;
-    body.ucSrcAddrLen = src.len;
-    body.stSrcAddr = src.value;
-    body.ucGrpAddrLen = grp.len;
-    body.stGrpAddr = grp.value;
+    key.uKey.stCMulticastRoute.uiSourceAs = as;
+    put_source_and_group(key.uKey.stCMulticastRoute, src, grp);
     return key;
 }
 
@@ -543,10 +542,9 @@ inline Parsed parse_route(const NgmvpnInstance &instance, std::span<const std::u
     });
 }
 
-// The whole block of a route: header, RD, key, non-key.
-inline void expect_block(const Block &block, const QEL_NGMVPN_KEY_S &key, const QEL_NGMVPN_NONKEY_S &nonkey)
+// The header of a block of RD, key and non-key.
+inline QEL_ROUTE_BLOCK_S route_header()
 {
-    ASSERT_TRUE(block);
     QEL_ROUTE_BLOCK_S header{};
     header.uiValidMask = 0x7;
     header.usRdOffset = 32;
@@ -555,6 +553,14 @@ inline void expect_block(const Block &block, const QEL_NGMVPN_KEY_S &key, const 
     header.usKeyLen = 104;
     header.usNonKeyOffset = 144;
     header.usNonKeyLen = 100;
+    return header;
+}
+
+// The whole block of a route: header, RD, key, non-key.
+inline void expect_block(const Block &block, const QEL_NGMVPN_KEY_S &key, const QEL_NGMVPN_NONKEY_S &nonkey,
+                         const QEL_ROUTE_BLOCK_S &header = route_header())
+{
+    ASSERT_TRUE(block);
     ASSERT_EQ(hex(block.section(0, 32)), hex(bytes_of(header)));
     EXPECT_EQ(hex(block.section(32, 8)), hex(bytes_of(key.stRd)));
     EXPECT_EQ(hex(block.section(40, 104)), hex(bytes_of(key)));

@@ -27,6 +27,15 @@ void expect_refusal(const Parsed &got, std::uint32_t code, std::ptrdiff_t moved,
     EXPECT_FALSE(got.result_written);
 }
 
+void expect_route(const Parsed &got, const NlriCase &route, std::uint32_t more)
+{
+    EXPECT_EQ(got.code, 0U);
+    EXPECT_EQ(got.moved, std::ssize(route.octets()));
+    EXPECT_EQ(got.more, more);
+    EXPECT_EQ(got.asserts, 0U);
+    expect_block(got.block, route.key, route.nonkey());
+}
+
 // --- good routes ----------------------------------------------------------------------------------------------------
 
 TEST(NlriParse, EveryRouteBecomesItsKeyAndNonKey)
@@ -36,11 +45,7 @@ TEST(NlriParse, EveryRouteBecomesItsKeyAndNonKey)
         SCOPED_TRACE(route);
         const NgmvpnInstance instance(route.side);
         const Parsed got = parse_route(instance, route.octets());
-        EXPECT_EQ(got.code, 0U);
-        EXPECT_EQ(got.moved, std::ssize(route.octets()));
-        EXPECT_EQ(got.more, 0U);
-        EXPECT_EQ(got.asserts, 0U);
-        expect_block(got.block, route.key, route.nonkey());
+        expect_route(got, route, 0);
     }
 }
 
@@ -56,10 +61,7 @@ TEST(NlriParse, AttributeTypes14And15AreReadAlikeThroughTheDescriptor)
                 return instance.desc.pfParsePkt(cursor, static_cast<std::uint32_t>(octets.size()), 0, type, result,
                                                 more, instance.ctx);
             });
-            EXPECT_EQ(got.code, 0U);
-            EXPECT_EQ(got.moved, std::ssize(octets));
-            EXPECT_EQ(got.more, 0U);
-            expect_block(got.block, route.key, route.nonkey());
+            expect_route(got, route, 0);
         }
     }
 }
@@ -71,10 +73,7 @@ TEST(NlriParse, TheRouteIsReadTheSameWithAnotherBehindIt)
         SCOPED_TRACE(route);
         const NgmvpnInstance instance(route.side);
         const Parsed got = parse_route(instance, route.octets() + kNextRoute);
-        EXPECT_EQ(got.code, 0U);
-        EXPECT_EQ(got.moved, std::ssize(route.octets()));
-        EXPECT_EQ(got.more, 1U);
-        expect_block(got.block, route.key, route.nonkey());
+        expect_route(got, route, 1);
     }
 }
 

@@ -1,6 +1,7 @@
 // Result blocks of NG-MVPN, and the NLRI parsers' shortcut to them.
 #include "ngmvpn/qel_ngmvpn.h"
 
+#include "octets.h"
 #include "output_contract.h"
 
 namespace qel::test {
@@ -332,6 +333,13 @@ protected:
         std::memcpy(&key_.stRd, rd.data(), rd.size());
     }
 
+    // A block of these sections and of no attribute.
+    static std::string header_hex(std::string_view mask, std::string_view rd, std::string_view key,
+                                  std::string_view non_key)
+    {
+        const Bytes front = bytes(mask) + Bytes(4) + bytes(rd) + bytes(key) + bytes(non_key);
+        return hex(front + Bytes(32 - front.size()));
+    }
     std::string key_hex() const { return hex({reinterpret_cast<const std::uint8_t *>(&key_), sizeof(key_)}); }
     std::string non_key_hex() const
     {
@@ -353,24 +361,8 @@ TEST_F(NgmvpnOutPutRoute, KeyAndNonKeyMakeABlockWithTheRdStandingTwice)
     ASSERT_EQ(QEL_NGMVPN_OutPutRoute(&key_, &non_key_, 12, 12, &block_, &more_, instance_.ctx), QEL_OK);
     EXPECT_EQ(platform::usage(kMemHandle).live_bytes, live + 244);
     const Block block(block_);
-    EXPECT_EQ(hex({block.at(0), 244}), "07000000"
-                                       "00"
-                                       "00"
-                                       "0000"
-                                       "2000"
-                                       "0800"
-                                       "2800"
-                                       "6800"
-                                       "9000"
-                                       "6400"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "0102030405060708" +
-                                           key_hex() + non_key_hex());
+    EXPECT_EQ(hex({block.at(0), 244}), header_hex("07000000", "2000 0800", "2800 6800", "9000 6400") +
+                                           "0102030405060708" + key_hex() + non_key_hex());
     EXPECT_TRUE(recorder_.asserts().empty());
 }
 
@@ -380,24 +372,8 @@ TEST_F(NgmvpnOutPutRoute, KeyAloneMakesABlockOfRdAndKey)
     ASSERT_EQ(QEL_NGMVPN_OutPutRoute(&key_, nullptr, 12, 12, &block_, &more_, instance_.ctx), QEL_OK);
     EXPECT_EQ(platform::usage(kMemHandle).live_bytes, live + 144);
     const Block block(block_);
-    EXPECT_EQ(hex({block.at(0), 144}), "03000000"
-                                       "00"
-                                       "00"
-                                       "0000"
-                                       "2000"
-                                       "0800"
-                                       "2800"
-                                       "6800"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "0102030405060708" +
-                                           key_hex());
+    EXPECT_EQ(hex({block.at(0), 144}),
+              header_hex("03000000", "2000 0800", "2800 6800", "0000 0000") + "0102030405060708" + key_hex());
 }
 
 TEST_F(NgmvpnOutPutRoute, NonKeyAloneMakesABlockWithoutRd)
@@ -406,23 +382,7 @@ TEST_F(NgmvpnOutPutRoute, NonKeyAloneMakesABlockWithoutRd)
     ASSERT_EQ(QEL_NGMVPN_OutPutRoute(nullptr, &non_key_, 12, 12, &block_, &more_, instance_.ctx), QEL_OK);
     EXPECT_EQ(platform::usage(kMemHandle).live_bytes, live + 132);
     const Block block(block_);
-    EXPECT_EQ(hex({block.at(0), 132}), "04000000"
-                                       "00"
-                                       "00"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "2000"
-                                       "6400"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "0000"
-                                       "0000" +
-                                           non_key_hex());
+    EXPECT_EQ(hex({block.at(0), 132}), header_hex("04000000", "0000 0000", "0000 0000", "2000 6400") + non_key_hex());
 }
 
 TEST_F(NgmvpnOutPutRoute, MoreAsksForMoreThanTwoFurtherOctets)

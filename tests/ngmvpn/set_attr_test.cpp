@@ -2,6 +2,8 @@
 // replace and remove the segmented next hop.
 #include "segment_cases.h"
 
+#include "fail_copy.h"
+
 namespace qel::test {
 namespace {
 
@@ -789,7 +791,7 @@ TEST_F(CommunityStep, AMoveThatFailsOnTheWayOfARemovalIsReportedAndTheElementCou
 {
     OddBytes list(host_list(kSnhArrived + kTarget + kTarget2));
     std::uint16_t length = 0x7777;
-    const platform::FailCopy failure(0);
+    const FailCopy failure(0);
     EXPECT_EQ(QEL_NGMVPN_ExtComRemoveSnh(list.data(), list.size(), &length), 0U);
     EXPECT_TRUE(failure.fired());
     EXPECT_EQ(length, 16);

@@ -1,7 +1,9 @@
 // Scratch memory, debug output and byte order of NG-MVPN.
 #include "ngmvpn/qel_ngmvpn.h"
+
 #include "ngmvpn/qel_ngmvpn_util.h"
 
+#include "fail_copy.h"
 #include "scratch_contract.h"
 
 #include <algorithm>
@@ -251,7 +253,7 @@ TEST_F(NgmvpnDebug, ABufferThatCannotBeClearedIsReportedEvenWhileDebugIsOff)
             turn_on();
         }
         recorder_.clear();
-        const platform::FailCopy failure(0);
+        const FailCopy failure(0);
         QEL_NGMVPN_Debug(ctx_, 44, "%d", 7);
         EXPECT_TRUE(failure.fired());
         EXPECT_EQ(recorder_.asserts().size(), 1U);

@@ -305,6 +305,39 @@ static void set_rd(QEL_RD_VALUE_S *pstRd)
     pstRd->uiAssigned = 1;
 }
 
+/* The records of an NG-MVPN route of this type, but for what tells it from others; the flag says what its non-key has
+ * beside the type. */
+static void begin_records(QEL_NGMVPN_KEY_S *pstKey, QEL_NGMVPN_NONKEY_S *pstNonKey, uint32_t uiType, uint16_t usFlag)
+{
+    memset(pstKey, 0, sizeof(*pstKey));
+    pstKey->uiKeyType = uiType;
+    set_rd(&pstKey->stRd);
+    pstKey->ucRdKind = QEL_NGMVPN_RD_KIND_KEY;
+    memset(pstNonKey, 0, sizeof(*pstNonKey));
+    pstNonKey->usFlags = (uint16_t)(QEL_NGMVPN_NONKEY_TYPE | usFlag);
+    pstNonKey->uiKeyType = uiType;
+    if (usFlag == QEL_NGMVPN_NONKEY_RD) {
+        set_rd(&pstNonKey->stRd);
+    }
+}
+
+/* What the NG-MVPN routes have in common: the RD, the records, the list of one target. */
+static ROUTE_S ngmvpn_route(const QEL_NGMVPN_KEY_S *pstKey, const QEL_NGMVPN_NONKEY_S *pstNonKey)
+{
+    const ROUTE_S stRoute = {
+        .pfDestruct = QEL_NGMVPN_Destruct,
+        .uiFamilyCode = 6,
+        .stRd = OCTETS(g_aucRd),
+        .stKey = {pstKey, sizeof(*pstKey)},
+        .stNonKey = {pstNonKey, sizeof(*pstNonKey)},
+        .stWireList = OCTETS(g_aucWireTarget),
+        .stList = OCTETS(g_aucTarget),
+        .pszListText = g_acTargetText,
+        .uiMoreBehindLast = 1,
+    };
+    return stRoute;
+}
+
 /* Source Tree Join: the instance of the VPN's backbone side gives the target in the form of a join. */
 static void source_tree_join(const char *pszName, QEL_FAMILY_CTX_S *(*pfConstruct)(QEL_FAMILY_DESC_S *, uint32_t),
                              void (*pfFurther)(const QEL_FAMILY_DESC_S *, QEL_FAMILY_CTX_S *))
@@ -314,37 +347,20 @@ static void source_tree_join(const char *pszName, QEL_FAMILY_CTX_S *(*pfConstruc
     static const uint8_t aucCross[] = {0x0b, 0x01, 1, 2, 0, 192, 7, 0};
     QEL_NGMVPN_KEY_S stKey;
     QEL_NGMVPN_NONKEY_S stNonKey;
-    memset(&stKey, 0, sizeof(stKey));
-    stKey.uiKeyType = QEL_NGMVPN_KEY_SOURCE_TREE_JOIN;
+    begin_records(&stKey, &stNonKey, QEL_NGMVPN_KEY_SOURCE_TREE_JOIN, QEL_NGMVPN_NONKEY_RD);
     stKey.uKey.stCMulticastRoute.uiSourceAs = 64500;
     stKey.uKey.stCMulticastRoute.ucSrcAddrLen = 32;
     stKey.uKey.stCMulticastRoute.stSrcAddr.uiIpv4 = UINT32_C(0x0a010001);
     stKey.uKey.stCMulticastRoute.ucGrpAddrLen = 32;
     stKey.uKey.stCMulticastRoute.stGrpAddr.uiIpv4 = UINT32_C(0xe8010101);
-    set_rd(&stKey.stRd);
-    stKey.ucRdKind = QEL_NGMVPN_RD_KIND_KEY;
-    memset(&stNonKey, 0, sizeof(stNonKey));
-    stNonKey.usFlags = QEL_NGMVPN_NONKEY_TYPE | QEL_NGMVPN_NONKEY_RD;
-    stNonKey.uiKeyType = QEL_NGMVPN_KEY_SOURCE_TREE_JOIN;
-    set_rd(&stNonKey.stRd);
-    const ROUTE_S stRoute = {
-        .pszName = pszName,
-        .pfConstruct = pfConstruct,
-        .pfDestruct = QEL_NGMVPN_Destruct,
-        .uiAddrFamily = 1,
-        .uiFamilyCode = 6,
-        .stWire = OCTETS(aucWire),
-        .stGreater = OCTETS(aucGreater),
-        .stRd = OCTETS(g_aucRd),
-        .stKey = {&stKey, sizeof(stKey)},
-        .stNonKey = {&stNonKey, sizeof(stNonKey)},
-        .stWireList = OCTETS(g_aucWireTarget),
-        .stList = OCTETS(g_aucTarget),
-        .astCross = {OCTETS(aucCross)},
-        .pszText = "Route Type: CMulticastRoute 100:1/SourceAS: 64500 SourceAddr: 10.1.0.1 GroupAddr: 232.1.1.1 ",
-        .pszListText = g_acTargetText,
-        .uiMoreBehindLast = 1,
-    };
+    ROUTE_S stRoute = ngmvpn_route(&stKey, &stNonKey);
+    stRoute.pszName = pszName;
+    stRoute.pfConstruct = pfConstruct;
+    stRoute.uiAddrFamily = 1;
+    stRoute.stWire = (OCTETS_S)OCTETS(aucWire);
+    stRoute.stGreater = (OCTETS_S)OCTETS(aucGreater);
+    stRoute.astCross[0] = (OCTETS_S)OCTETS(aucCross);
+    stRoute.pszText = "Route Type: CMulticastRoute 100:1/SourceAS: 64500 SourceAddr: 10.1.0.1 GroupAddr: 232.1.1.1 ";
     run(&stRoute, pfFurther);
 }
 
@@ -357,36 +373,20 @@ static void leaf(void)
     static const uint8_t aucCross[] = {3, WIRE_RD, 10, 0, 0, 1, WIRE_TARGET};
     QEL_NGMVPN_KEY_S stKey;
     QEL_NGMVPN_NONKEY_S stNonKey;
-    memset(&stKey, 0, sizeof(stKey));
-    stKey.uiKeyType = QEL_NGMVPN_KEY_IPMSI_LEAF_AD;
+    begin_records(&stKey, &stNonKey, QEL_NGMVPN_KEY_IPMSI_LEAF_AD, QEL_NGMVPN_NONKEY_EMBEDDED_KEY);
     stKey.uKey.stIpmsiLeafAd.ucOrigAddrLen = 32;
     stKey.uKey.stIpmsiLeafAd.stOrigAddr.uiIpv4 = UINT32_C(0x0a000001);
     stKey.uKey.stIpmsiLeafAd.ucLeafAddrLen = 32;
     stKey.uKey.stIpmsiLeafAd.stLeafAddr.uiIpv4 = UINT32_C(0x0a000002);
-    set_rd(&stKey.stRd);
-    stKey.ucRdKind = QEL_NGMVPN_RD_KIND_KEY;
-    memset(&stNonKey, 0, sizeof(stNonKey));
-    stNonKey.usFlags = QEL_NGMVPN_NONKEY_TYPE | QEL_NGMVPN_NONKEY_EMBEDDED_KEY;
-    stNonKey.uiKeyType = QEL_NGMVPN_KEY_IPMSI_LEAF_AD;
     memcpy(stNonKey.aucEmbeddedKey, aucEmbedded, sizeof(aucEmbedded));
-    const ROUTE_S stRoute = {
-        .pszName = "NG-MVPN for Mvrf",
-        .pfConstruct = QEL_NGMVPN_Construct4Mvrf,
-        .pfDestruct = QEL_NGMVPN_Destruct,
-        .uiAddrFamily = 1,
-        .uiFamilyCode = 6,
-        .stWire = OCTETS(aucWire),
-        .stGreater = OCTETS(aucGreater),
-        .stRd = OCTETS(g_aucRd),
-        .stKey = {&stKey, sizeof(stKey)},
-        .stNonKey = {&stNonKey, sizeof(stNonKey)},
-        .stWireList = OCTETS(g_aucWireTarget),
-        .stList = OCTETS(g_aucTarget),
-        .astCross = {OCTETS(aucCross)},
-        .pszText = "Route Type: Leaf Ad 100:1/Remote OrigRoutIp: 10.0.0.1 Local OrigRoutIp: 10.0.0.2 ",
-        .pszListText = g_acTargetText,
-        .uiMoreBehindLast = 1,
-    };
+    ROUTE_S stRoute = ngmvpn_route(&stKey, &stNonKey);
+    stRoute.pszName = "NG-MVPN for Mvrf";
+    stRoute.pfConstruct = QEL_NGMVPN_Construct4Mvrf;
+    stRoute.uiAddrFamily = 1;
+    stRoute.stWire = (OCTETS_S)OCTETS(aucWire);
+    stRoute.stGreater = (OCTETS_S)OCTETS(aucGreater);
+    stRoute.astCross[0] = (OCTETS_S)OCTETS(aucCross);
+    stRoute.pszText = "Route Type: Leaf Ad 100:1/Remote OrigRoutIp: 10.0.0.1 Local OrigRoutIp: 10.0.0.2 ";
     run(&stRoute, NULL);
 }
 
@@ -398,34 +398,18 @@ static void intra(void)
     static const uint8_t aucMarker[] = {0xff, 0xff, 0xff, 0xff};
     QEL_NGMVPN_KEY_S stKey;
     QEL_NGMVPN_NONKEY_S stNonKey;
-    memset(&stKey, 0, sizeof(stKey));
-    stKey.uiKeyType = QEL_NGMVPN_KEY_INTRA_IPMSI_AD;
+    begin_records(&stKey, &stNonKey, QEL_NGMVPN_KEY_INTRA_IPMSI_AD, QEL_NGMVPN_NONKEY_RD);
     stKey.uKey.stIntraIpmsiAd.ucOrigAddrLen = 128;
     memcpy(stKey.uKey.stIntraIpmsiAd.stOrigAddr.aucIpv6, aucWire + 10, 16);
-    set_rd(&stKey.stRd);
-    stKey.ucRdKind = QEL_NGMVPN_RD_KIND_KEY;
-    memset(&stNonKey, 0, sizeof(stNonKey));
-    stNonKey.usFlags = QEL_NGMVPN_NONKEY_TYPE | QEL_NGMVPN_NONKEY_RD;
-    stNonKey.uiKeyType = QEL_NGMVPN_KEY_INTRA_IPMSI_AD;
-    set_rd(&stNonKey.stRd);
-    const ROUTE_S stRoute = {
-        .pszName = "NG-MVPN, IPv6",
-        .pfConstruct = QEL_NGMVPN_Construct,
-        .pfDestruct = QEL_NGMVPN_Destruct,
-        .uiAddrFamily = 2,
-        .uiFamilyCode = 6,
-        .stWire = OCTETS(aucWire),
-        .stGreater = OCTETS(aucGreater),
-        .stRd = OCTETS(g_aucRd),
-        .stKey = {&stKey, sizeof(stKey)},
-        .stNonKey = {&stNonKey, sizeof(stNonKey)},
-        .stWireList = OCTETS(g_aucWireTarget),
-        .stList = OCTETS(g_aucTarget),
-        .astCross = {OCTETS(aucMarker), OCTETS(g_aucTarget)},
-        .pszText = "Route Type: Intra Ipmsi Ad 100:1/Orig Route Ip: 2001:db8::1 ",
-        .pszListText = g_acTargetText,
-        .uiMoreBehindLast = 1,
-    };
+    ROUTE_S stRoute = ngmvpn_route(&stKey, &stNonKey);
+    stRoute.pszName = "NG-MVPN, IPv6";
+    stRoute.pfConstruct = QEL_NGMVPN_Construct;
+    stRoute.uiAddrFamily = 2;
+    stRoute.stWire = (OCTETS_S)OCTETS(aucWire);
+    stRoute.stGreater = (OCTETS_S)OCTETS(aucGreater);
+    stRoute.astCross[0] = (OCTETS_S)OCTETS(aucMarker);
+    stRoute.astCross[1] = (OCTETS_S)OCTETS(g_aucTarget);
+    stRoute.pszText = "Route Type: Intra Ipmsi Ad 100:1/Orig Route Ip: 2001:db8::1 ";
     run(&stRoute, NULL);
 }
 

@@ -1,62 +1,20 @@
 // The compares of the VPNv4 multicast family: RD, key, label, attribute, communities and cross values.
 #include "vpnv4mcast_cases.h"
 
+#include "compare_contract.h"
+
 namespace qel::test {
 namespace {
 
-using Compare = decltype(&QEL_VPNV4MCAST_CmpRd);
-
-// Both sides end where their heap blocks end and stand at odd addresses.
-std::int32_t compare(Compare with, const Bytes &left, const Bytes &right)
-{
-    const OddBytes a(left);
-    const OddBytes b(right);
-    const platform::Recorder recorder;
-    const std::int32_t result = with(a.data(), a.size(), b.data(), b.size());
-    EXPECT_TRUE(recorder.asserts().empty());
-    EXPECT_EQ(a.bytes(), left);
-    EXPECT_EQ(b.bytes(), right);
-    return result;
-}
-
-std::int32_t compare(Compare with, std::string_view left, std::string_view right)
-{
-    return compare(with, bytes(left), bytes(right));
-}
-
-// Each row is below the next one, whichever side it stands on, and equal to itself.
-void expect_ascending(Compare with, const std::vector<std::string_view> &rows)
-{
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        for (std::size_t j = 0; j < rows.size(); ++j) {
-            EXPECT_EQ(compare(with, rows[i], rows[j]), i < j ? -1 : i > j ? 1 : 0) << rows[i] << " and " << rows[j];
-        }
-    }
-}
-
 TEST(Vpnv4McastCompare, RdsStandInTheOrderOfTheirWordsInMemory)
 {
-    expect_ascending(QEL_VPNV4MCAST_CmpRd, {
-                                               "00000000 00000000",
-                                               "00000000 01000000",
-                                               "00000000 00010000",
-                                               "00000000 ffffff7f",
-                                               "00000000 00000080",
-                                               "00000000 ffffffff",
-                                               "01000000 00000000",
-                                               "00000100 00000000",
-                                               "01000100 05000000",
-                                               "00000001 00000000",
-                                               "00000080 00000000",
-                                               "ffffffff 00000000",
-                                           });
+    expect_ascending(QEL_VPNV4MCAST_CmpRd, kAscendingRds);
 }
 
 // kept: the words decide as they lie, so that the value's first half goes ahead of the type
 TEST(Vpnv4McastCompare, AnRdOfTypeTwoStandsBelowOneOfTypeZeroWithAnAs)
 {
-    EXPECT_EQ(compare(QEL_VPNV4MCAST_CmpRd, "0200 00000100 0100", "0000 0100 00000000"), -1);
-    EXPECT_EQ(compare(QEL_VPNV4MCAST_CmpRd, "0000 0100 00000000", "0200 00000100 0100"), 1);
+    expect_rd_of_type_two_below_type_zero_with_an_as(QEL_VPNV4MCAST_CmpRd);
 }
 
 TEST(Vpnv4McastCompare, KeysStandByPrefixAndThenByMaskLength)
@@ -112,71 +70,32 @@ TEST(Vpnv4McastCompare, CrossValuesStandByLengthAndThenByBytesInMemory)
     EXPECT_EQ(compare(QEL_VPNV4MCAST_CmpExtCommunity, "0200 0001 00000000", "0200 0100 00000000"), 1);
 }
 
-struct LengthPair {
-    std::uint32_t left;
-    std::uint32_t right;
-};
-
-void expect_lengths_refused(Compare with, const std::vector<LengthPair> &rows)
-{
-    const OddBytes a(Bytes(24, 1));
-    const OddBytes b(Bytes(24, 2));
-    for (const LengthPair &row : rows) {
-        const platform::Recorder recorder;
-        EXPECT_EQ(with(a.data(), row.left, b.data(), row.right), -2) << row.left << " and " << row.right;
-        ASSERT_EQ(recorder.asserts().size(), 1U);
-        EXPECT_TRUE(recorder.asserts()[0].file.ends_with(kFrameSource));
-    }
-}
-
 TEST(Vpnv4McastCompare, RdAndKeyNeedLengthsOfEight)
 {
     for (const Compare with : {QEL_VPNV4MCAST_CmpRd, QEL_VPNV4MCAST_CmpKey}) {
-        expect_lengths_refused(with, {{7, 8},
-                                      {8, 7},
-                                      {9, 8},
-                                      {8, 9},
-                                      {0, 8},
-                                      {8, 0},
-                                      {0, 0},
-                                      {4, 4},
-                                      {16, 16},
-                                      {0x10008, 8},
-                                      {8, 0x10008},
-                                      {0x108, 0x108}});
+        expect_lengths_refused(with, kFrameSource, kNotEight);
     }
 }
 
 TEST(Vpnv4McastCompare, LabelsNeedLengthsOfFour)
 {
-    expect_lengths_refused(QEL_VPNV4MCAST_CmpLabel,
+    expect_lengths_refused(QEL_VPNV4MCAST_CmpLabel, kFrameSource,
                            {{3, 4}, {4, 3}, {5, 4}, {4, 5}, {0, 4}, {4, 0}, {0, 0}, {8, 8}, {0x104, 4}, {4, 0x10004}});
 }
 
 TEST(Vpnv4McastCompare, CommunitiesNeedLengthsOfEightAtLeast)
 {
-    expect_lengths_refused(QEL_VPNV4MCAST_CmpExtCommunity,
+    expect_lengths_refused(QEL_VPNV4MCAST_CmpExtCommunity, kFrameSource,
                            {{7, 8}, {8, 7}, {7, 7}, {4, 4}, {0, 0}, {0, 8}, {8, 0}, {7, 9}, {9, 7}});
 }
 
 TEST(Vpnv4McastCompare, AMissingSideIsReportedOnce)
 {
-    const OddBytes a(Bytes(8, 1));
-    const std::pair<Compare, std::string_view> rows[] = {
-        {QEL_VPNV4MCAST_CmpRd, kFrameSource},           {QEL_VPNV4MCAST_CmpKey, kFrameSource},
-        {QEL_VPNV4MCAST_CmpLabel, kFrameSource},        {QEL_VPNV4MCAST_CmpAttr, kFrameSource},
-        {QEL_VPNV4MCAST_CmpExtCommunity, kFrameSource}, {QEL_VPNV4MCAST_CmpCross, kCrossSource}};
-    for (const auto &[with, source] : rows) {
-        for (const std::uint32_t length : {0U, 4U, 8U}) {
-            expect_null_arguments_refused(
-                2, source,
-                [&, with = with](unsigned nulls) {
-                    return static_cast<std::uint32_t>(
-                        with(unless(nulls, 0, a.data()), length, unless(nulls, 1, a.data()), length));
-                },
-                static_cast<std::uint32_t>(QEL_CMP_FAILED));
-        }
+    for (const Compare with : {QEL_VPNV4MCAST_CmpRd, QEL_VPNV4MCAST_CmpKey, QEL_VPNV4MCAST_CmpLabel,
+                               QEL_VPNV4MCAST_CmpAttr, QEL_VPNV4MCAST_CmpExtCommunity}) {
+        expect_missing_side_reported_once(with, kFrameSource);
     }
+    expect_missing_side_reported_once(QEL_VPNV4MCAST_CmpCross, kCrossSource);
 }
 
 // --- communities ----------------------------------------------------------------------------------------------------
@@ -214,37 +133,20 @@ TEST(Vpnv4McastCompare, ValuesLongerThanAnElementStandByLengthAndInReverseOrder)
 
 TEST(Vpnv4McastCompare, SectionBitsLeadToTheirCompares)
 {
-    const auto by = [](std::uint32_t bit, std::string_view left, std::string_view right) {
-        const OddBytes a(bytes(left));
-        const OddBytes b(bytes(right));
-        const platform::Recorder recorder;
-        const std::int32_t result = QEL_VPNV4MCAST_CmpData(a.data(), a.size(), b.data(), b.size(), bit);
-        EXPECT_TRUE(recorder.asserts().empty());
-        return result;
-    };
-    EXPECT_EQ(by(1, "0200 00000100 0100", "0000 0100 00000000"), -1);
-    EXPECT_EQ(by(2, "0000010a 10000000", "0000010a ffffffff"), 0);
-    EXPECT_EQ(by(2, "0000010a 20000000", "0000010a 10000000"), 1);
-    EXPECT_EQ(by(32, "00000001", "01000000"), 1);
-    EXPECT_EQ(by(8, "00000001", "01000000"), -1);
-    EXPECT_EQ(by(16, "0200 0001 00000000", "0200 0100 00000000"), -1);
+    EXPECT_EQ(compare(QEL_VPNV4MCAST_CmpData, 1, "0200 00000100 0100", "0000 0100 00000000"), -1);
+    EXPECT_EQ(compare(QEL_VPNV4MCAST_CmpData, 2, "0000010a 10000000", "0000010a ffffffff"), 0);
+    EXPECT_EQ(compare(QEL_VPNV4MCAST_CmpData, 2, "0000010a 20000000", "0000010a 10000000"), 1);
+    EXPECT_EQ(compare(QEL_VPNV4MCAST_CmpData, 32, "00000001", "01000000"), 1);
+    EXPECT_EQ(compare(QEL_VPNV4MCAST_CmpData, 8, "00000001", "01000000"), -1);
+    EXPECT_EQ(compare(QEL_VPNV4MCAST_CmpData, 16, "0200 0001 00000000", "0200 0100 00000000"), -1);
     for (const std::uint32_t bit : {0U, 3U, 4U, 5U, 33U, 0x101U, 0x10001U}) { // 4: there is no non-key
-        EXPECT_EQ(by(bit, "0000000000000000", "0000000000000001"), -2) << bit;
+        EXPECT_EQ(compare(QEL_VPNV4MCAST_CmpData, bit, "0000000000000000", "0000000000000001"), -2) << bit;
     }
 }
 
 TEST(Vpnv4McastCompare, TheOperationReportsAMissingSideOnce)
 {
-    const OddBytes a(Bytes(8, 1));
-    for (const std::uint32_t bit : {1U, 2U, 8U, 16U, 32U, 4U}) {
-        expect_null_arguments_refused(
-            2, kFrameSource,
-            [&](unsigned nulls) {
-                return static_cast<std::uint32_t>(
-                    QEL_VPNV4MCAST_CmpData(unless(nulls, 0, a.data()), 8, unless(nulls, 1, a.data()), 8, bit));
-            },
-            static_cast<std::uint32_t>(QEL_CMP_FAILED));
-    }
+    expect_operation_reports_a_missing_side_once(QEL_VPNV4MCAST_CmpData, kFrameSource, {1, 2, 8, 16, 32, 4});
 }
 
 TEST(Vpnv4McastCompare, LengthsReachTheCompareAsTheyWereGiven)

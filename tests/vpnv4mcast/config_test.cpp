@@ -152,6 +152,24 @@ TEST_F(Vpnv4McastCfg, TheFormOctetOfNoRdIsReported)
     EXPECT_TRUE(recorder.asserts()[0].file.ends_with(kFrameSource));
 }
 
+TEST_F(Vpnv4McastCfg, WritersReportAMissingRouteAndWriteNothing)
+{
+    for (const CfgWriter writer : {QEL_VPNV4MCAST_FormatCfgRd, QEL_VPNV4MCAST_FormatCfgPrefix}) {
+        expect_null_arguments_refused(1, kFrameSource, [&](unsigned) {
+            OddBytes out(Bytes(100, kUntouchedOctet));
+            std::uint8_t *cursor = out.data();
+            std::uint32_t index = kUnwritten;
+            std::uint32_t more = kUnwritten;
+            const std::uint32_t code = writer(nullptr, &cursor, 100, &index, &more);
+            EXPECT_EQ(cursor, out.data());
+            EXPECT_EQ(out.bytes(), Bytes(100, kUntouchedOctet));
+            EXPECT_EQ(index, kUnwritten);
+            EXPECT_EQ(more, kUnwritten);
+            return code;
+        });
+    }
+}
+
 TEST_F(Vpnv4McastCfg, TheLengthOfTheRdIsTheRoutes)
 {
     Held held({.rd = bytes("0000 6400")});

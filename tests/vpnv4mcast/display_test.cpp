@@ -1,6 +1,8 @@
 // Display texts of VPNv4 multicast routes: the route, the RD, communities.
 #include "vpnv4mcast_cases.h"
 
+#include "fail_copy.h"
+
 namespace qel::test {
 namespace {
 
@@ -166,7 +168,7 @@ TEST_F(Vpnv4McastDisplay, ACopyThatFailsOnTheWayOfATextIsReportedAndTheWorkGoesO
 {
     const Held held(whole_route());
     for (const std::uint64_t after : {0U, 1U}) { // the clearing, the copy to the caller
-        const platform::FailCopy failure(after);
+        const FailCopy failure(after);
         const Shown got = show(QEL_VPNV4MCAST_MpNlriData2Str, held.info, 25, kIndexBefore, ctx_);
         EXPECT_TRUE(failure.fired());
         EXPECT_EQ(got.code, 0U);

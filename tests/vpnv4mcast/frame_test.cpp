@@ -15,11 +15,7 @@ void describe_ha_messages(QEL_FAMILY_DESC_S &desc)
     put_list(desc.auiHaMsgTlvTypes, desc.ucHaMsgTlvCount, {1, 3, 5, 8, 6, 7});
 }
 
-struct Vpnv4Mcast {
-    static constexpr Construct kConstruct = QEL_VPNV4MCAST_Construct;
-    static constexpr Destruct kDestruct = QEL_VPNV4MCAST_Destruct;
-    static constexpr auto kMalloc = QEL_VPNV4MCAST_Malloc;
-    static constexpr auto kFree = QEL_VPNV4MCAST_Free;
+struct Vpnv4Mcast : Vpnv4McastCalls {
     static constexpr auto kGetRouteType = QEL_VPNV4MCAST_GetRouteType;
     static constexpr auto kSetRtCount = QEL_VPNV4MCAST_SetRtCount;
     static constexpr auto kGetRtCount = QEL_VPNV4MCAST_GetRtCount;
@@ -77,12 +73,7 @@ private:
         desc.auiMatchTypeMask[0] = 0x814;
         desc.auiMatchTypeMask[1] = 0x814;
         desc.auiMatchTypeMask[2] = 0x14;
-        desc.auiActionTypeBits[0] = 0xc0;
-        desc.auiActionTypeBits[1] = 0x70;
-        desc.auiActionTypeBits[2] = 0x800000;
-        desc.auiActionTypeBits[3] = 0;
-        put_list(desc.auiPolicyActionTypes, desc.ucPolicyActionCount, {6, 7, 36, 37, 38, 87});
-        put_list(desc.auiApplyActionTypes, desc.ucApplyActionCount, {6, 7, 36, 37, 38, 87});
+        put_community_actions(desc);
     }
 };
 

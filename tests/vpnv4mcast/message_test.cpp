@@ -1,52 +1,20 @@
 // Values of messages between components: route prefixes, import targets, community lists, the label names without work.
 #include "vpnv4mcast_cases.h"
 
+#include "message_contract.h"
+
 namespace qel::test {
 namespace {
 
-const std::string kRt1 = " 0002 fde9 00000064 ";      // 65001:100
-const std::string kRt4 = " 0102 c0000201 0007 ";      // 192.0.2.1:7
-const std::string kSourceAs = " 0009 fde9 00000000 "; // 65001:0
-
 const Bytes kPrefix = bytes("0000 0064 00000005 0a010000 00000010");
 
-using Vpnv4McastMessage = Vpnv4McastTest;
-
-// Refused whatever the length is, with the value, the result and the context missing in every combination.
-void expect_reader_refuses(MessageReader reader, std::string_view source, const Bytes &value, QEL_FAMILY_CTX_S *ctx)
-{
-    const Trusted message(value);
-    for (const std::uint32_t length : {0U, 3U, message.size()}) {
-        SCOPED_TRACE(length);
-        expect_null_arguments_refused(3, source, [&](unsigned nulls) {
-            QEL_ROUTE_BLOCK_S *result = block_marker();
-            const std::uint32_t code =
-                reader(unless(nulls, 0, message.data()), length, unless(nulls, 1, &result), unless(nulls, 2, ctx));
-            EXPECT_EQ(result, block_marker());
-            return code;
-        });
-    }
-}
-
-// The first `count` of route, cursor and context are looked at, with and without a section to write.
-void expect_writer_refuses(MessageWriter writer, std::string_view source, unsigned count, const Sections &full,
-                           QEL_FAMILY_CTX_S *ctx)
-{
-    for (const Sections &sections : {full, Sections{}}) {
-        const Held held(sections);
-        for (const std::uint32_t room : {0U, 40U}) {
-            expect_null_arguments_refused(count, source, [&](unsigned nulls) {
-                std::array<std::uint8_t, 40> out{};
-                std::uint8_t *cursor = out.data();
-                const std::uint32_t code =
-                    writer(unless(nulls, 0, &held.info), unless(nulls, 1, &cursor), room, unless(nulls, 2, ctx));
-                EXPECT_EQ(cursor, out.data());
-                EXPECT_EQ(out, (std::array<std::uint8_t, 40>{}));
-                return code;
-            });
-        }
-    }
-}
+struct Vpnv4McastMessageCalls : Vpnv4McastCalls {
+    static constexpr auto kParseList = QEL_VPNV4MCAST_ParseExtCommunityTlv;
+    static constexpr auto kFormatList = QEL_VPNV4MCAST_FormatExtCommunityTlv;
+    static constexpr auto kParsePrefix = QEL_VPNV4MCAST_ParseRtPrefixTlv;
+    static constexpr auto kFormatTarget = QEL_VPNV4MCAST_FormatIrtTlv;
+};
+using Vpnv4McastMessage = MessageContract<Vpnv4McastMessageCalls>;
 
 TEST_F(Vpnv4McastMessage, ReadersRefuseMissingArgumentsWithOneReport)
 {
@@ -111,17 +79,12 @@ TEST_F(Vpnv4McastMessage, APrefixOfAnotherLengthIsMalformedWithoutAReport)
 
 TEST_F(Vpnv4McastMessage, APrefixWithAnRdTypeAboveTwoIsRefused)
 {
-    for (const std::string_view type : {"0003", "0100", "ffff"}) {
-        const Made got = read_message(QEL_VPNV4MCAST_ParseRtPrefixTlv, bytes(type) + slice(kPrefix, 2, 14), ctx_);
-        expect_not_made(got, kRefusedRoute);
-        EXPECT_EQ(got.allocations, 0U);
-    }
+    a_prefix_with_an_rd_type_above_two_is_refused(kPrefix);
 }
 
 TEST_F(Vpnv4McastMessage, ThePrefixsBlockFailsOnce)
 {
-    expect_each_allocation_fails({kNoBlock},
-                                 [&] { return read_message(QEL_VPNV4MCAST_ParseRtPrefixTlv, kPrefix, ctx_); });
+    the_prefixs_block_fails_once(kPrefix);
 }
 
 TEST_F(Vpnv4McastMessage, APrefixGoesOutWithoutALengthOctet)
@@ -253,10 +216,7 @@ TEST_F(Vpnv4McastMessage, TheImportTargetsBlockFailsOnce)
 
 TEST_F(Vpnv4McastMessage, NoCrossValueWritesNothingWhateverTheRoom)
 {
-    Held held({});
-    held.info.uiCrossLen = 8;
-    expect_written(write_message(QEL_VPNV4MCAST_FormatIrtTlv, held.info, 0, ctx_), {});
-    expect_written(write_message(QEL_VPNV4MCAST_FormatIrtTlv, held.info, 8, nullptr), {});
+    no_cross_value_writes_nothing_whatever_the_room();
 }
 
 TEST_F(Vpnv4McastMessage, ACrossValueNeedsRoomAheadOfALengthOfEight)
@@ -288,83 +248,42 @@ TEST_F(Vpnv4McastMessage, ACrossValueOfAnotherTypeIsTurnedInFull)
 
 TEST_F(Vpnv4McastMessage, AListComesToHostOrderAsItStands)
 {
-    for (const std::string &wire : {kRt1, kSourceAs + kRt4 + kRt1, kRt1 + kRt1, kRt4 + kRt1 + kRt4}) {
-        expect_made(read_message(QEL_VPNV4MCAST_ParseExtCommunityTlv, bytes(wire), ctx_), {.list = host_list(wire)});
-    }
-    Bytes many;
-    for (int i = 0; i < 40; ++i) { // beyond the inline buffer
-        many = many + bytes(kRt4);
-    }
-    expect_made(read_message(QEL_VPNV4MCAST_ParseExtCommunityTlv, many, ctx_), {.list = host_list(many)});
+    a_list_comes_to_host_order_as_it_stands();
 }
 
 TEST_F(Vpnv4McastMessage, TheOddTailOfAListIsTakenOverUnswapped)
 {
-    for (std::size_t tail = 1; tail <= 7; ++tail) {
-        const Bytes wire = bytes(kRt4 + kRt1) + slice(bytes("0002fde9010203"), 0, tail);
-        expect_made(read_message(QEL_VPNV4MCAST_ParseExtCommunityTlv, wire, ctx_), {.list = host_list(wire)});
-    }
+    the_odd_tail_of_a_list_is_taken_over_unswapped();
 }
 
 TEST_F(Vpnv4McastMessage, LessThanOneElementIsRefused)
 {
-    for (std::size_t length = 0; length <= 7; ++length) {
-        const Made got = read_message(QEL_VPNV4MCAST_ParseExtCommunityTlv, Bytes(length, 2), ctx_);
-        expect_not_made(got, kBadCommunityTlv);
-        EXPECT_EQ(got.allocations, 0U);
-    }
+    less_than_one_element_is_refused();
 }
 
 TEST_F(Vpnv4McastMessage, AListsLengthHas16BitsInTheBlock)
 {
-    Bytes value = bytes(kRt1);
-    value.resize(0x10008);
-    expect_made(read_message(QEL_VPNV4MCAST_ParseExtCommunityTlv, value, ctx_), {.list = host_list(kRt1)});
+    a_lists_length_has_16_bits_in_the_block();
 }
 
 TEST_F(Vpnv4McastMessage, EachAllocationOfAListFailsOnce)
 {
-    const auto read = [&] { return read_message(QEL_VPNV4MCAST_ParseExtCommunityTlv, bytes(kRt1), ctx_); };
-    expect_each_allocation_fails({kNoBlock}, read);
-    const LentBuffer lent(ctx_);
-    expect_each_allocation_fails({kOutOfMemory, kNoBlock}, read);
+    each_allocation_of_a_list_fails_once();
 }
 
 TEST_F(Vpnv4McastMessage, AListGoesOutInWireOrder)
 {
-    const std::string wire = kSourceAs + kRt4 + kRt1 + kRt1;
-    const Held held({.list = host_list(wire)});
-    for (const std::size_t room : {32U, 33U, 50U}) {
-        expect_written(write_message(QEL_VPNV4MCAST_FormatExtCommunityTlv, held.info, room, ctx_), bytes(wire));
-    }
-    for (std::size_t room = 0; room < 32; ++room) {
-        expect_not_written(write_message(QEL_VPNV4MCAST_FormatExtCommunityTlv, held.info, room, ctx_), kNoRoom);
-    }
-    const Held odd({.list = host_list(kRt1) + bytes("010203")});
-    expect_written(write_message(QEL_VPNV4MCAST_FormatExtCommunityTlv, odd.info, 11, ctx_), bytes(kRt1 + "010203"));
-    Bytes many;
-    for (int i = 0; i < 40; ++i) {
-        many = many + bytes(kRt4);
-    }
-    const Held long_list({.list = host_list(many)});
-    expect_written(write_message(QEL_VPNV4MCAST_FormatExtCommunityTlv, long_list.info, 320, ctx_), many);
+    a_list_goes_out_in_wire_order();
 }
 
 TEST_F(Vpnv4McastMessage, TheListToWriteHasALengthOf16Bits)
 {
-    Held held({.list = host_list(kRt1)});
-    held.info.uiExtCommLen = 0x10008;
-    expect_written(write_message(QEL_VPNV4MCAST_FormatExtCommunityTlv, held.info, 8, ctx_), bytes(kRt1));
+    the_list_to_write_has_a_length_of_16_bits();
 }
 
 TEST_F(Vpnv4McastMessage, ARouteWithoutAListWritesNothing)
 {
-    Held held({});
-    held.info.uiExtCommLen = 8;
-    for (const std::size_t room : {0U, 8U}) {
-        expect_written(write_message(QEL_VPNV4MCAST_FormatExtCommunityTlv, held.info, room, ctx_), {});
-        expect_written(write_message(QEL_VPNV4MCAST_FormatExtCommunityTlv, held.info, room, nullptr), {});
-    }
+    a_route_without_a_list_writes_nothing();
 }
 
 TEST_F(Vpnv4McastMessage, WithoutAContextThereIsNoScratchForAList)
@@ -378,24 +297,12 @@ TEST_F(Vpnv4McastMessage, WithoutAContextThereIsNoScratchForAList)
 // kept: scratch memory of no octet is none, so that an empty list is answered like a failed allocation
 TEST_F(Vpnv4McastMessage, AnEmptyListIsAnsweredLikeAFailedAllocation)
 {
-    Held held({.list = host_list(kRt1)});
-    for (const std::uint32_t length : {0U, 0x10000U}) {
-        held.info.uiExtCommLen = length;
-        expect_not_written(write_message(QEL_VPNV4MCAST_FormatExtCommunityTlv, held.info, 8, ctx_), kOutOfMemory, 1);
-    }
+    an_empty_list_is_answered_like_a_failed_allocation();
 }
 
 TEST_F(Vpnv4McastMessage, TheScratchOfAListToWriteFailsOnce)
 {
-    const Held held({.list = host_list(kRt1)});
-    const LentBuffer lent(ctx_);
-    const LeakCheck leaks;
-    {
-        const platform::FailAllocation failure(0);
-        expect_not_written(write_message(QEL_VPNV4MCAST_FormatExtCommunityTlv, held.info, 8, ctx_), kOutOfMemory, 1);
-        EXPECT_TRUE(failure.fired());
-    }
-    expect_written(write_message(QEL_VPNV4MCAST_FormatExtCommunityTlv, held.info, 8, ctx_), bytes(kRt1));
+    the_scratch_of_a_list_to_write_fails_once();
 }
 
 // --- names without work ---------------------------------------------------------------------------------------------

@@ -1,6 +1,8 @@
 // Routes of the VPNv4 multicast family on the wire, with a label and without: reading, writing and the way back.
 #include "vpnv4mcast_cases.h"
 
+#include "fail_copy.h"
+
 namespace qel::test {
 namespace {
 
@@ -642,7 +644,7 @@ TEST_F(Vpnv4McastNlri, AnRdWhoseCopyFailsIsReportedAndTheWorkGoesOn)
     const std::uint8_t *cursor = wire.data();
     std::uint32_t result = kUnwritten;
     const platform::Recorder recorder;
-    const platform::FailCopy failure(0);
+    const FailCopy failure(0);
     QEL_VPNV4MCAST_GET_RD_VALUE(&cursor, rd.as<QEL_RD_VALUE_S>(), &result);
     EXPECT_TRUE(failure.fired());
     EXPECT_EQ(result, 0U);

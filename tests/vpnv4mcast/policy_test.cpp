@@ -1,6 +1,7 @@
 // Routing policy of the VPNv4 multicast family: the advertised list, the prefix entry, the match buffer, the actions.
 #include "vpnv4mcast_cases.h"
 
+#include "action_contract.h"
 #include "dirty_heap.h"
 #include "loss_on_purpose.h"
 
@@ -9,14 +10,7 @@
 namespace qel::test {
 namespace {
 
-const std::string kRt1 = " 0002 fde9 00000064 ";       // 65001:100
-const std::string kRt2 = " 0002 fde9 00000065 ";       // 65001:101
-const std::string kRt4 = " 0102 c0000201 0007 ";       // 192.0.2.1:7
-const std::string kRtAs4 = " 0202 00010203 0009 ";     // 66051:9
-const std::string kSourceAs = " 0009 fde9 00000000 ";  // 65001:0
-const std::string kImport = " 010b c0a80a0b 0001 ";    // 192.168.10.11:1
-const std::string kSegmented = " 0112 c0a80a0b 0000 "; // 192.168.10.11
-const std::string kLocal = " 4003 00640000 0001 ";     // non-transitive
+const std::string kLocal = " 4003 00640000 0001 "; // non-transitive
 
 using Vpnv4McastPolicy = Vpnv4McastTest;
 
@@ -26,14 +20,6 @@ Made set_list(const QEL_ROUTE_INFO_S &route, std::uint32_t flags, QEL_FAMILY_CTX
 {
     const UnchangedRoute unchanged(route);
     return make([&](auto result) { return QEL_VPNV4MCAST_SetExtCommunity(&route, flags, result, ctx); });
-}
-
-void expect_null_result(const Made &got, std::uint32_t code = 0, std::size_t asserts = 0)
-{
-    EXPECT_EQ(got.code, code);
-    EXPECT_TRUE(got.stored);
-    EXPECT_FALSE(got.block);
-    EXPECT_EQ(got.asserts, asserts);
 }
 
 TEST_F(Vpnv4McastPolicy, TheAdvertisedListIsTheRoutesInHostOrder)
@@ -454,11 +440,6 @@ TEST_F(Vpnv4McastPolicy, TheRowsRefuseMissingArgumentsWithOneReport)
 
 // --- actions --------------------------------------------------------------------------------------------------------
 
-constexpr std::uint32_t kReplace = 6;
-constexpr std::uint32_t kAdd = 7;
-constexpr std::uint32_t kAddOther = 38;
-constexpr std::uint32_t kDelete = 87;
-
 // The route's list as it stands on the wire; "-" is no list.
 Sections listed(std::string_view wire)
 {
@@ -467,31 +448,12 @@ Sections listed(std::string_view wire)
 
 Made apply_to(const Sections &sections, std::uint32_t action, const Bytes &value, QEL_FAMILY_CTX_S *ctx)
 {
-    const Held held(sections);
-    const Trusted given(value);
-    Made got = make([&](auto result) {
-        return QEL_VPNV4MCAST_ApplyExtCommunity(&held.info, action, given.data(), given.size(), result, ctx);
-    });
-    EXPECT_EQ(given.bytes(), value);
-    return got;
+    return test::apply(QEL_VPNV4MCAST_ApplyExtCommunity, action, sections.list, value, ctx);
 }
 
 Made apply(std::uint32_t action, std::string_view list, std::string_view value, QEL_FAMILY_CTX_S *ctx)
 {
     return apply_to(listed(list), action, bytes(value), ctx);
-}
-
-void expect_list(const Made &got, const std::string &wire, std::size_t asserts = 0)
-{
-    expect_made(got, {.list = host_list(wire)}, asserts);
-}
-
-void expect_no_value(const Made &got)
-{
-    EXPECT_EQ(got.code, 0U);
-    EXPECT_EQ(got.asserts, 0U);
-    ASSERT_TRUE(got.block);
-    EXPECT_EQ(hex(got.block.section(0, 32)), "0800000000100000" + std::string(48, '0'));
 }
 
 TEST_F(Vpnv4McastPolicy, ReplaceTakesTheNewRouteTargetsForTheOldOnes)
@@ -521,51 +483,26 @@ TEST_F(Vpnv4McastPolicy, ReplaceOfRouteTargetsAloneByNothingIsAnsweredLikeAFaile
 
 TEST_F(Vpnv4McastPolicy, AddKeepsTheWholeListOfTheRouteAndTakesRepeatsOnce)
 {
-    for (const std::uint32_t action : {kAdd, kAddOther}) {
-        expect_list(apply(action, kSourceAs + kRt4, kRt1 + kRtAs4, ctx_), kRt1 + kRt4 + kRtAs4 + kSourceAs);
-        expect_list(apply(action, kRt1 + kSourceAs, kRt1, ctx_), kRt1 + kSourceAs);
-        expect_list(apply(action, kRt1, kRt2 + kRt2 + kRt1, ctx_), kRt1 + kRt2);
-        for (const std::string_view none : {"-", "", "020202"}) {
-            expect_list(apply(action, none, kRt4 + kRt1 + kRt1, ctx_), kRt1 + kRt4);
-        }
-    }
+    expect_add_keeps_the_whole_list(QEL_VPNV4MCAST_ApplyExtCommunity, {"-", "", "020202"}, ctx_);
 }
 
 // kept: the empty second copy is reported and no more
 TEST_F(Vpnv4McastPolicy, AddOfNothingGivesTheRoutesListCleanedUpAfterOneReport)
 {
-    for (const std::uint32_t action : {kAdd, kAddOther}) {
-        expect_list(apply(action, kSourceAs + kRt1 + kSourceAs, "", ctx_), kRt1 + kSourceAs, 1);
-        expect_list(apply(action, kRt1, "", ctx_), kRt1, 1);
-    }
+    expect_add_of_nothing_cleans_the_list_up(QEL_VPNV4MCAST_ApplyExtCommunity, ctx_);
 }
 
 // kept: scratch memory of no octet is none
 TEST_F(Vpnv4McastPolicy, AddOfNothingToNothingIsAnsweredLikeAFailedAllocation)
 {
-    for (const std::uint32_t action : {kAdd, kAddOther}) {
-        for (const std::string_view none : {"-", "", "020202"}) {
-            const Made got = apply(action, none, "", ctx_);
-            expect_not_made(got, kOutOfMemory, 1);
-            EXPECT_EQ(got.allocations, 0U);
-        }
-    }
+    expect_add_of_nothing_to_nothing_is_like_no_memory(QEL_VPNV4MCAST_ApplyExtCommunity, {"-", "", "020202"}, ctx_);
 }
 
 // No octet of it is read: together with the route's list it would have no length of 32 bits.
 TEST_F(Vpnv4McastPolicy, AValueOfNearlyFourGigabytesIsLikeNoMemory)
 {
-    const Held held({.list = host_list(kLocal)});
-    const OddBytes given(Bytes(8, 2));
-    for (const std::uint32_t action : {kReplace, kAdd, kDelete}) {
-        for (const std::uint32_t length : {0xffff0001U, 0xfffffff8U, 0xffffffffU}) {
-            const Made got = make([&](auto result) {
-                return QEL_VPNV4MCAST_ApplyExtCommunity(&held.info, action, given.data(), length, result, ctx_);
-            });
-            expect_not_made(got, kOutOfMemory, 1);
-            EXPECT_EQ(got.allocations, 0U);
-        }
-    }
+    expect_value_of_nearly_four_gigabytes_is_like_no_memory(QEL_VPNV4MCAST_ApplyExtCommunity, {kReplace, kAdd, kDelete},
+                                                            ctx_);
 }
 
 TEST_F(Vpnv4McastPolicy, ActionsThatAreOnlyAcceptedStoreNull)
@@ -949,29 +886,10 @@ TEST_F(Vpnv4McastPolicy, TheStepReportsWhatIsMissingAndDoesNothing)
 
 // --- lists of every kind against a model ----------------------------------------------------------------------------
 
-using List = std::vector<Bytes>; // elements in wire order
-
+// Of an element in wire order.
 bool is_target(const Bytes &element)
 {
     return element[1] == 2;
-}
-
-std::string cleaned(List list)
-{
-    const auto weight = [](const Bytes &wire) { // sub-type, type, then the fields, each from its high octet on
-        const bool wide_first = wire[0] == 1 || wire[0] == 2;
-        Bytes fields = slice(host_list(wire), 2, 6);
-        std::reverse(fields.begin(), fields.begin() + (wide_first ? 4 : 2));
-        std::reverse(fields.begin() + (wide_first ? 4 : 2), fields.end());
-        return Bytes{wire[1], wire[0]} + fields;
-    };
-    std::sort(list.begin(), list.end(), [&](const Bytes &a, const Bytes &b) { return weight(a) < weight(b); });
-    list.erase(std::unique(list.begin(), list.end()), list.end());
-    std::string out;
-    for (const Bytes &element : list) {
-        out += hex(element);
-    }
-    return out;
 }
 
 TEST_F(Vpnv4McastPolicy, RandomListsComeOutAsTheModelSays)
@@ -1003,23 +921,18 @@ TEST_F(Vpnv4McastPolicy, RandomListsComeOutAsTheModelSays)
         added.insert(added.end(), given.begin(), given.end());
         List replaced = rest;
         replaced.insert(replaced.end(), given.begin(), given.end());
-        std::string list;
-        std::string value;
-        for (const Bytes &element : held) {
-            list += hex(element);
-        }
-        for (const Bytes &element : given) {
-            value += hex(element);
-        }
-        expect_list(apply(kAdd, list, value, ctx_), cleaned(added));
-        expect_list(apply(kReplace, list, value, ctx_), cleaned(replaced));
+        const std::string list = hex(joined(held));
+        const std::string value = hex(joined(given));
+        const auto want = [](const List &wire) { return cleaned(elements(host_list(joined(wire)))); };
+        expect_list(apply(kAdd, list, value, ctx_), want(added));
+        expect_list(apply(kReplace, list, value, ctx_), want(replaced));
         const Made deleted = apply(kDelete, list, value, ctx_);
         EXPECT_EQ(ctx_->uiInlineBufUsed, rest.empty() ? 0U : 1U);
         ctx_->uiInlineBufUsed = 0;
         if (rest.empty()) {
             expect_no_value(deleted);
         } else {
-            expect_list(deleted, cleaned(rest));
+            expect_list(deleted, want(rest));
         }
     }
 }
