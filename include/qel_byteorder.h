@@ -35,6 +35,13 @@ static inline uint32_t QEL_Load32(const void *pvFrom)
     return uiValue;
 }
 
+static inline uint64_t QEL_Load64(const void *pvFrom)
+{
+    uint64_t ullValue;
+    memcpy(&ullValue, pvFrom, sizeof(ullValue));
+    return ullValue;
+}
+
 static inline void QEL_Store16(void *pvTo, uint16_t usValue)
 {
     memcpy(pvTo, &usValue, sizeof(usValue));

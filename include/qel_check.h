@@ -5,12 +5,14 @@
 
 #include "platform/bounds.h"
 #include "platform/zvk.h"
+#include "qel_byteorder.h"
 #include "qel_family.h"
 
 #ifdef __cplusplus
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 /* Reports a value that stands for a failed check. */
 static inline void QEL_Report(uint64_t ullValue, const char *pszFile = __builtin_FILE(),
@@ -61,6 +63,18 @@ static inline void QEL_Clear(void *pvDst, size_t ulRoom, size_t ulLen, const cha
     }
 }
 
+/* Clears a record of the stack, padding too, by stores alone: as one clear the compiler would make a loop or a call of
+ * it. */
+template <typename T> static inline void QEL_ClearLocal(T *pst)
+{
+    constexpr size_t ulStep = 64;
+    auto *pucTo = reinterpret_cast<uint8_t *>(pst);
+    for (size_t i = 0; i < sizeof(T) / ulStep; i++) {
+        memset(pucTo + i * ulStep, 0, ulStep);
+    }
+    memset(pucTo + sizeof(T) / ulStep * ulStep, 0, sizeof(T) % ulStep);
+}
+
 /* A function on the road of every route: what it calls in its own file is built into it, exported steps too. */
 #define QEL_HOT_PATH [[gnu::flatten]]
 
@@ -68,6 +82,18 @@ static inline void QEL_Clear(void *pvDst, size_t ulRoom, size_t ulLen, const cha
 static inline const uint8_t *QEL_Bytes(const void *pv)
 {
     return static_cast<const uint8_t *>(pv);
+}
+
+/* Whether two areas of 8 or of 16 bytes are the same. Keys that meet in a table mostly share all but their last field,
+ * and a call of KVO_MemCmp, which is bound to say 0 then, costs more than the loads. */
+[[nodiscard]] static inline bool QEL_Same8(const void *pvA, const void *pvB)
+{
+    return QEL_Load64(pvA) == QEL_Load64(pvB);
+}
+
+[[nodiscard]] static inline bool QEL_Same16(const void *pvA, const void *pvB)
+{
+    return QEL_Same8(pvA, pvB) && QEL_Same8(QEL_Bytes(pvA) + sizeof(uint64_t), QEL_Bytes(pvB) + sizeof(uint64_t));
 }
 
 /* The first row of a dispatch table whose type matches, or null. */

@@ -22,8 +22,16 @@
 #define QEL_NLRI_FAMILY_IPV4 UINT8_C(1)
 #define QEL_NLRI_FAMILY_IPV6 UINT8_C(2)
 
-/* A route while it is read: its place in the attribute and the records under construction. */
+/* The records of a route under construction. */
 typedef struct {
+    QEL_NGMVPN_KEY_S stKey;
+    QEL_NGMVPN_NONKEY_S stNonKey;
+} QEL_NGMVPN_NLRI_RECORDS_S;
+
+/* A route while it is read: its place in the attribute. The records stand apart, since they go on to other files and
+ * the place does not: it can stay in registers. */
+typedef struct {
+    QEL_NGMVPN_NLRI_RECORDS_S *pstRoute;
     const uint8_t *pucBody; /* behind the two header octets */
     const uint8_t *pucCursor;
     uint32_t uiNlriLen;
@@ -31,24 +39,20 @@ typedef struct {
     uint16_t usSrcFamily;
     uint16_t usGrpFamily;
     uint8_t ucOctets; /* octets of RD and addresses so far; the sum tests add in 8 bits */
-    QEL_NGMVPN_KEY_S stKey;
-    QEL_NGMVPN_NONKEY_S stNonKey;
 } QEL_NGMVPN_NLRI_S;
 
 /* ---- parsing: steps ---- */
 
-static inline void QEL_NGMVPN_StartNlri_(QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t *pucBody, uint32_t uiNlriLen,
-                                         uint32_t uiRemain, uint32_t uiKeyType, uint8_t ucRdKind)
+static inline void QEL_NGMVPN_StartNlri_(QEL_NGMVPN_NLRI_S *pstNlri, QEL_NGMVPN_NLRI_RECORDS_S *pstRoute,
+                                         const uint8_t *pucBody, uint32_t uiNlriLen, uint32_t uiRemain,
+                                         uint32_t uiKeyType, uint8_t ucRdKind)
 {
-    QEL_Clear(pstNlri, sizeof(*pstNlri), sizeof(*pstNlri));
-    pstNlri->pucBody = pucBody;
-    pstNlri->pucCursor = pucBody;
-    pstNlri->uiNlriLen = uiNlriLen;
-    pstNlri->uiRemain = uiRemain;
-    pstNlri->stKey.uiKeyType = uiKeyType;
-    pstNlri->stKey.ucRdKind = ucRdKind;
-    pstNlri->stNonKey.uiKeyType = uiKeyType;
-    pstNlri->stNonKey.usFlags = QEL_NGMVPN_NONKEY_TYPE;
+    *pstNlri = {pstRoute, pucBody, pucBody, uiNlriLen, uiRemain, 0, 0, 0};
+    QEL_ClearLocal(pstRoute);
+    pstRoute->stKey.uiKeyType = uiKeyType;
+    pstRoute->stKey.ucRdKind = ucRdKind;
+    pstRoute->stNonKey.uiKeyType = uiKeyType;
+    pstRoute->stNonKey.usFlags = QEL_NGMVPN_NONKEY_TYPE;
 }
 
 /* Whether the next octets lie inside the attribute; they may belong to the route behind this one. */
@@ -89,7 +93,7 @@ static inline uint32_t QEL_NGMVPN_ReadRd_(QEL_NGMVPN_NLRI_S *pstNlri)
         return QEL_ERR_NLRI_MALFORMED;
     }
     const uint8_t *pucWire = pstNlri->pucCursor;
-    QEL_RD_VALUE_S *pstRd = &pstNlri->stKey.stRd;
+    QEL_RD_VALUE_S *pstRd = &pstNlri->pstRoute->stKey.stRd;
     pstRd->usRdType = QEL_LoadBe16(pucWire);
     switch (pstRd->usRdType) {
     case 0:
@@ -110,14 +114,14 @@ static inline uint32_t QEL_NGMVPN_ReadRd_(QEL_NGMVPN_NLRI_S *pstNlri)
 }
 
 /* The prologue of every route but the Leaf A-D ones. */
-static inline uint32_t QEL_NGMVPN_BeginRoute_(QEL_NGMVPN_NLRI_S *pstNlri, const uint8_t **ppucCursor,
-                                              uint32_t uiNlriLen, uint32_t uiRemain, uint32_t *puiMore,
-                                              uint32_t uiKeyType, uint8_t ucRdKind)
+static inline uint32_t QEL_NGMVPN_BeginRoute_(QEL_NGMVPN_NLRI_S *pstNlri, QEL_NGMVPN_NLRI_RECORDS_S *pstRoute,
+                                              const uint8_t **ppucCursor, uint32_t uiNlriLen, uint32_t uiRemain,
+                                              uint32_t *puiMore, uint32_t uiKeyType, uint8_t ucRdKind)
 {
-    QEL_NGMVPN_StartNlri_(pstNlri, *ppucCursor, uiNlriLen, uiRemain, uiKeyType, ucRdKind);
+    QEL_NGMVPN_StartNlri_(pstNlri, pstRoute, *ppucCursor, uiNlriLen, uiRemain, uiKeyType, ucRdKind);
     const uint32_t uiRet = QEL_NGMVPN_ReadRd_(pstNlri);
     if (uiRet == QEL_OK) {
-        QEL_NGMVPN_ParseNlriSetRdNonKey(&pstNlri->stKey, &pstNlri->stNonKey);
+        QEL_NGMVPN_ParseNlriSetRdNonKey(&pstNlri->pstRoute->stKey, &pstNlri->pstRoute->stNonKey);
     } else if (uiRet == QEL_ERR_NLRI_REFUSED) {
         QEL_NGMVPN_SkipNlri_(ppucCursor, uiNlriLen, uiNlriLen, uiRemain, puiMore);
     }
@@ -222,8 +226,8 @@ static inline uint32_t QEL_NGMVPN_EndRoute_(const QEL_NGMVPN_NLRI_S *pstNlri, co
                                             QEL_ROUTE_BLOCK_S **ppstResult, uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
 {
     /* kept: a block that cannot be built loses the route quietly, the host reads on behind it. */
-    (void)QEL_NGMVPN_OutPutRoute(&pstNlri->stKey, &pstNlri->stNonKey, pstNlri->uiNlriLen, pstNlri->uiRemain, ppstResult,
-                                 puiMore, pstCtx);
+    (void)QEL_NGMVPN_OutPutRoute(&pstNlri->pstRoute->stKey, &pstNlri->pstRoute->stNonKey, pstNlri->uiNlriLen,
+                                 pstNlri->uiRemain, ppstResult, puiMore, pstCtx);
     *ppucCursor = pstNlri->pucBody + pstNlri->uiNlriLen;
     return QEL_OK;
 }
@@ -311,14 +315,15 @@ uint32_t QEL_NGMVPN_ParseBgpIntraIpmsiAd(const uint8_t **ppucCursor, uint32_t ui
     if ((!bIpv6 && uiNlriLen != QEL_NLRI_RD_LEN + QEL_NLRI_IPV4_LEN) || uiRemain < uiNlriLen) {
         return QEL_ERR_NLRI_MALFORMED;
     }
+    QEL_NGMVPN_NLRI_RECORDS_S stRoute;
     QEL_NGMVPN_NLRI_S stNlri;
-    const uint32_t uiRet = QEL_NGMVPN_BeginRoute_(&stNlri, ppucCursor, uiNlriLen, uiRemain, puiMore,
+    const uint32_t uiRet = QEL_NGMVPN_BeginRoute_(&stNlri, &stRoute, ppucCursor, uiNlriLen, uiRemain, puiMore,
                                                   QEL_NGMVPN_KEY_INTRA_IPMSI_AD, ucRdKind);
     if (uiRet != QEL_OK) {
         return uiRet;
     }
-    stNlri.stKey.uKey.stIntraIpmsiAd.ucOrigAddrLen =
-        QEL_NGMVPN_TakeAddr_(&stNlri.pucCursor, &stNlri.stKey.uKey.stIntraIpmsiAd.stOrigAddr, bIpv6);
+    stRoute.stKey.uKey.stIntraIpmsiAd.ucOrigAddrLen =
+        QEL_NGMVPN_TakeAddr_(&stNlri.pucCursor, &stRoute.stKey.uKey.stIntraIpmsiAd.stOrigAddr, bIpv6);
     return QEL_NGMVPN_EndRoute_(&stNlri, ppucCursor, ppstResult, puiMore, pstCtx);
 }
 
@@ -329,13 +334,14 @@ uint32_t QEL_NGMVPN_ParseBgpInterIpmsiAd(const uint8_t **ppucCursor, uint32_t ui
     if (uiNlriLen != QEL_NLRI_RD_LEN + QEL_NLRI_AS_LEN || uiRemain < uiNlriLen) {
         return QEL_ERR_NLRI_MALFORMED;
     }
+    QEL_NGMVPN_NLRI_RECORDS_S stRoute;
     QEL_NGMVPN_NLRI_S stNlri;
-    const uint32_t uiRet = QEL_NGMVPN_BeginRoute_(&stNlri, ppucCursor, uiNlriLen, uiRemain, puiMore,
+    const uint32_t uiRet = QEL_NGMVPN_BeginRoute_(&stNlri, &stRoute, ppucCursor, uiNlriLen, uiRemain, puiMore,
                                                   QEL_NGMVPN_KEY_INTER_IPMSI_AD, ucRdKind);
     if (uiRet != QEL_OK) {
         return uiRet;
     }
-    stNlri.stKey.uKey.stInterIpmsiAd.uiSourceAs = QEL_LoadBe32(stNlri.pucCursor);
+    stRoute.stKey.uKey.stInterIpmsiAd.uiSourceAs = QEL_LoadBe32(stNlri.pucCursor);
     return QEL_NGMVPN_EndRoute_(&stNlri, ppucCursor, ppstResult, puiMore, pstCtx);
 }
 
@@ -346,13 +352,14 @@ uint32_t QEL_NGMVPN_ParseBgpSpmsiAd(const uint8_t **ppucCursor, uint32_t uiNlriL
     if (uiNlriLen < 14 || uiNlriLen > 58) {
         return QEL_ERR_NLRI_MALFORMED;
     }
+    QEL_NGMVPN_NLRI_RECORDS_S stRoute;
     QEL_NGMVPN_NLRI_S stNlri;
-    uint32_t uiRet =
-        QEL_NGMVPN_BeginRoute_(&stNlri, ppucCursor, uiNlriLen, uiRemain, puiMore, QEL_NGMVPN_KEY_SPMSI_AD, ucRdKind);
+    uint32_t uiRet = QEL_NGMVPN_BeginRoute_(&stNlri, &stRoute, ppucCursor, uiNlriLen, uiRemain, puiMore,
+                                            QEL_NGMVPN_KEY_SPMSI_AD, ucRdKind);
     if (uiRet != QEL_OK) {
         return uiRet;
     }
-    auto *pstSpmsi = &stNlri.stKey.uKey.stSpmsiAd;
+    auto *pstSpmsi = &stRoute.stKey.uKey.stSpmsiAd;
     pstSpmsi->ucKeyAddrFamily = QEL_NGMVPN_SpmsiFamily_(uiNlriLen);
     uiRet = QEL_NGMVPN_ReadSrcGrp_(&stNlri, &pstSpmsi->stSrcAddr, &pstSpmsi->ucSrcAddrLen, &pstSpmsi->stGrpAddr,
                                    &pstSpmsi->ucGrpAddrLen, pstSpmsi->ucKeyAddrFamily);
@@ -362,7 +369,7 @@ uint32_t QEL_NGMVPN_ParseBgpSpmsiAd(const uint8_t **ppucCursor, uint32_t uiNlriL
     if (!QEL_NGMVPN_HasOctets_(&stNlri, QEL_NGMVPN_SpmsiOrigiLen_(uiNlriLen))) {
         return QEL_ERR_NLRI_MALFORMED;
     }
-    const uint32_t uiOrigi = QEL_NGMVPN_ParseBgpSpmsiAdOrigiRouterIp_(uiNlriLen, &stNlri.pucCursor, &stNlri.stKey);
+    const uint32_t uiOrigi = QEL_NGMVPN_ParseBgpSpmsiAdOrigiRouterIp_(uiNlriLen, &stNlri.pucCursor, &stRoute.stKey);
     stNlri.ucOctets = static_cast<uint8_t>(stNlri.ucOctets + uiOrigi);
     return QEL_NGMVPN_EndSrcGrpRoute_(&stNlri, ppucCursor, ppstResult, puiMore, pstCtx);
 }
@@ -407,8 +414,8 @@ static inline uint32_t QEL_NGMVPN_ReadIpmsiInnerLen_(QEL_NGMVPN_NLRI_S *pstNlri,
     if (!QEL_NGMVPN_HasOctets_(pstNlri, QEL_NLRI_HEADER_LEN + uiInnerLen)) {
         return QEL_ERR_NLRI_MALFORMED;
     }
-    pstNlri->stNonKey.usFlags = QEL_NGMVPN_NONKEY_TYPE | QEL_NGMVPN_NONKEY_EMBEDDED_KEY;
-    QEL_Copy(pstNlri->stNonKey.aucEmbeddedKey, QEL_NGMVPN_EMBEDDED_KEY_LEN, pstNlri->pucBody,
+    pstNlri->pstRoute->stNonKey.usFlags = QEL_NGMVPN_NONKEY_TYPE | QEL_NGMVPN_NONKEY_EMBEDDED_KEY;
+    QEL_Copy(pstNlri->pstRoute->stNonKey.aucEmbeddedKey, QEL_NGMVPN_EMBEDDED_KEY_LEN, pstNlri->pucBody,
              QEL_NLRI_HEADER_LEN + uiInnerLen);
     pstNlri->pucCursor += QEL_NLRI_HEADER_LEN;
     return QEL_OK;
@@ -426,8 +433,9 @@ uint32_t QEL_NGMVPN_ParseIntraIpmsiLeaf(const uint8_t **ppucCursor, uint32_t uiN
     }
     const bool bIpv6 = uiNlriLen == 42;
     const uint32_t uiAddrLen = bIpv6 ? QEL_NLRI_IPV6_LEN : QEL_NLRI_IPV4_LEN;
+    QEL_NGMVPN_NLRI_RECORDS_S stRoute;
     QEL_NGMVPN_NLRI_S stNlri;
-    QEL_NGMVPN_StartNlri_(&stNlri, *ppucCursor, uiNlriLen, uiRemain, QEL_NGMVPN_KEY_IPMSI_LEAF_AD, ucRdKind);
+    QEL_NGMVPN_StartNlri_(&stNlri, &stRoute, *ppucCursor, uiNlriLen, uiRemain, QEL_NGMVPN_KEY_IPMSI_LEAF_AD, ucRdKind);
     uint32_t uiRet = QEL_NGMVPN_ReadIpmsiInnerLen_(&stNlri, QEL_NLRI_RD_LEN + uiAddrLen, pstCtx);
     if (uiRet != QEL_OK) {
         return uiRet;
@@ -439,7 +447,7 @@ uint32_t QEL_NGMVPN_ParseIntraIpmsiLeaf(const uint8_t **ppucCursor, uint32_t uiN
     if (!QEL_NGMVPN_HasOctets_(&stNlri, 2 * uiAddrLen)) {
         return QEL_ERR_NLRI_MALFORMED;
     }
-    auto *pstLeaf = &stNlri.stKey.uKey.stIpmsiLeafAd;
+    auto *pstLeaf = &stRoute.stKey.uKey.stIpmsiLeafAd;
     pstLeaf->ucOrigAddrLen = QEL_NGMVPN_TakeAddr_(&stNlri.pucCursor, &pstLeaf->stOrigAddr, bIpv6);
     pstLeaf->ucLeafAddrLen = QEL_NGMVPN_TakeAddr_(&stNlri.pucCursor, &pstLeaf->stLeafAddr, bIpv6);
     return QEL_NGMVPN_EndRoute_(&stNlri, ppucCursor, ppstResult, puiMore, pstCtx);
@@ -457,7 +465,7 @@ static inline uint32_t QEL_NGMVPN_BeginSpmsiLeaf_(QEL_NGMVPN_NLRI_S *pstNlri, co
         return QEL_ERR_NLRI_MALFORMED;
     }
     pstNlri->pucCursor += QEL_NLRI_HEADER_LEN;
-    pstNlri->stKey.uKey.stSpmsiLeafAd.ucKeyAddrFamily = QEL_NGMVPN_SpmsiFamily_(uiInnerLen);
+    pstNlri->pstRoute->stKey.uKey.stSpmsiLeafAd.ucKeyAddrFamily = QEL_NGMVPN_SpmsiFamily_(uiInnerLen);
     return QEL_NGMVPN_ReadLeafRd_(pstNlri, ppucCursor, puiMore);
 }
 
@@ -469,14 +477,15 @@ uint32_t QEL_NGMVPN_ParseSpmsiLeaf(const uint8_t **ppucCursor, uint32_t uiNlriLe
         QEL_NGMVPN_Debug(pstCtx, __LINE__, "QEL_NGMVPN_ParseSpmsiLeaf, spmsi leaf ad len err %u", uiNlriLen);
         return QEL_ERR_NLRI_MALFORMED;
     }
+    QEL_NGMVPN_NLRI_RECORDS_S stRoute;
     QEL_NGMVPN_NLRI_S stNlri;
-    QEL_NGMVPN_StartNlri_(&stNlri, *ppucCursor, uiNlriLen, uiRemain, QEL_NGMVPN_KEY_SPMSI_LEAF_AD, ucRdKind);
+    QEL_NGMVPN_StartNlri_(&stNlri, &stRoute, *ppucCursor, uiNlriLen, uiRemain, QEL_NGMVPN_KEY_SPMSI_LEAF_AD, ucRdKind);
     uint32_t uiIsV6 = 0;
     uint32_t uiRet = QEL_NGMVPN_BeginSpmsiLeaf_(&stNlri, ppucCursor, puiMore, &uiIsV6, pstCtx);
     if (uiRet != QEL_OK) {
         return uiRet;
     }
-    auto *pstLeaf = &stNlri.stKey.uKey.stSpmsiLeafAd;
+    auto *pstLeaf = &stRoute.stKey.uKey.stSpmsiLeafAd;
     uiRet = QEL_NGMVPN_ReadSrcGrp_(&stNlri, &pstLeaf->stSrcAddr, &pstLeaf->ucSrcAddrLen, &pstLeaf->stGrpAddr,
                                    &pstLeaf->ucGrpAddrLen, pstLeaf->ucKeyAddrFamily);
     if (uiRet != QEL_OK) {
@@ -485,12 +494,12 @@ uint32_t QEL_NGMVPN_ParseSpmsiLeaf(const uint8_t **ppucCursor, uint32_t uiNlriLe
     if (!QEL_NGMVPN_HasOctets_(&stNlri, 2 * (uiIsV6 != 0 ? QEL_NLRI_IPV6_LEN : QEL_NLRI_IPV4_LEN))) {
         return QEL_ERR_NLRI_MALFORMED;
     }
-    const uint32_t uiOrigi = QEL_NGMVPN_ParseSpmsiLeafOriginRouterIp_(uiIsV6, &stNlri.pucCursor, &stNlri.stKey);
+    const uint32_t uiOrigi = QEL_NGMVPN_ParseSpmsiLeafOriginRouterIp_(uiIsV6, &stNlri.pucCursor, &stRoute.stKey);
     stNlri.ucOctets = static_cast<uint8_t>(stNlri.ucOctets + uiOrigi);
     if (stNlri.ucOctets != stNlri.pucBody[1]) {
         return QEL_ERR_NLRI_MALFORMED;
     }
-    QEL_NGMVPN_FormatSpmsiRoutekey(&stNlri.stKey, &stNlri.stNonKey, pstCtx);
+    QEL_NGMVPN_FormatSpmsiRoutekey(&stRoute.stKey, &stRoute.stNonKey, pstCtx);
     uiRet = QEL_NGMVPN_CheckPktAddrFamily(stNlri.usGrpFamily, stNlri.usSrcFamily, pstCtx->usAddrFamily);
     if (uiRet != QEL_OK) {
         return uiRet;
@@ -505,13 +514,14 @@ uint32_t QEL_NGMVPN_ParseBgpSourceActiveAd(const uint8_t **ppucCursor, uint32_t 
     if (uiNlriLen < 10 || uiNlriLen > 42) {
         return QEL_ERR_NLRI_MALFORMED;
     }
+    QEL_NGMVPN_NLRI_RECORDS_S stRoute;
     QEL_NGMVPN_NLRI_S stNlri;
-    uint32_t uiRet = QEL_NGMVPN_BeginRoute_(&stNlri, ppucCursor, uiNlriLen, uiRemain, puiMore,
+    uint32_t uiRet = QEL_NGMVPN_BeginRoute_(&stNlri, &stRoute, ppucCursor, uiNlriLen, uiRemain, puiMore,
                                             QEL_NGMVPN_KEY_SOURCE_ACTIVE_AD, ucRdKind);
     if (uiRet != QEL_OK) {
         return uiRet;
     }
-    auto *pstActive = &stNlri.stKey.uKey.stSourceActiveAd;
+    auto *pstActive = &stRoute.stKey.uKey.stSourceActiveAd;
     uiRet = QEL_NGMVPN_ReadSrcGrp_(&stNlri, &pstActive->stSrcAddr, &pstActive->ucSrcAddrLen, &pstActive->stGrpAddr,
                                    &pstActive->ucGrpAddrLen, QEL_NLRI_FAMILY_NONE);
     if (uiRet != QEL_OK) {
@@ -529,15 +539,17 @@ uint32_t QEL_NGMVPN_ParseBgpCMulticastRoute(uint32_t uiRouteType, const uint8_t 
     }
     const uint32_t uiKeyType = uiRouteType == QEL_NGMVPN_WIRE_SHARED_TREE_JOIN ? QEL_NGMVPN_KEY_SHARED_TREE_JOIN
                                                                                : QEL_NGMVPN_KEY_SOURCE_TREE_JOIN;
+    QEL_NGMVPN_NLRI_RECORDS_S stRoute;
     QEL_NGMVPN_NLRI_S stNlri;
-    uint32_t uiRet = QEL_NGMVPN_BeginRoute_(&stNlri, ppucCursor, uiNlriLen, uiRemain, puiMore, uiKeyType, ucRdKind);
+    uint32_t uiRet =
+        QEL_NGMVPN_BeginRoute_(&stNlri, &stRoute, ppucCursor, uiNlriLen, uiRemain, puiMore, uiKeyType, ucRdKind);
     if (uiRet != QEL_OK) {
         return uiRet;
     }
     if (!QEL_NGMVPN_HasOctets_(&stNlri, QEL_NLRI_AS_LEN)) {
         return QEL_ERR_NLRI_MALFORMED;
     }
-    auto *pstJoin = &stNlri.stKey.uKey.stCMulticastRoute;
+    auto *pstJoin = &stRoute.stKey.uKey.stCMulticastRoute;
     pstJoin->uiSourceAs = QEL_LoadBe32(stNlri.pucCursor);
     stNlri.pucCursor += QEL_NLRI_AS_LEN;
     stNlri.ucOctets = QEL_NLRI_RD_LEN + QEL_NLRI_AS_LEN;
@@ -1093,22 +1105,24 @@ static inline bool QEL_NGMVPN_AreSections_(const void *pvA, uint32_t uiLenA, con
 
 /* The addresses of two keys in order, each length before its 16 bytes; the offsets are those of the length bytes.
  * The whole field counts, whatever its length says. A null key is reported: QEL_CMP_FAILED. */
-static int32_t QEL_NGMVPN_CmpAddrs_(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB,
-                                    const size_t *pulOffsets, size_t ulCount)
+template <size_t ulCount>
+static inline int32_t QEL_NGMVPN_CmpAddrs_(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB,
+                                           const size_t (&aulOffsets)[ulCount])
 {
     if (QEL_Missing(pstKeyA) || QEL_Missing(pstKeyB)) {
         return QEL_CMP_FAILED;
     }
-    for (size_t i = 0; i < ulCount; ++i) {
-        const uint8_t *pucA = QEL_Bytes(pstKeyA) + pulOffsets[i];
-        const uint8_t *pucB = QEL_Bytes(pstKeyB) + pulOffsets[i];
-        int32_t iResult = QEL_NGMVPN_CmpNumber_(*pucA, *pucB);
-        if (iResult == QEL_CMP_EQUAL) {
-            iResult = QEL_NGMVPN_CmpBytes_(pucA + QEL_NLRI_ADDR_BEHIND_LEN, pucB + QEL_NLRI_ADDR_BEHIND_LEN,
-                                           sizeof(QEL_ADDR_S));
-        }
+    for (const size_t ulOffset : aulOffsets) {
+        const uint8_t *pucA = QEL_Bytes(pstKeyA) + ulOffset;
+        const uint8_t *pucB = QEL_Bytes(pstKeyB) + ulOffset;
+        const int32_t iResult = QEL_NGMVPN_CmpNumber_(*pucA, *pucB);
         if (iResult != QEL_CMP_EQUAL) {
             return iResult;
+        }
+        pucA += QEL_NLRI_ADDR_BEHIND_LEN;
+        pucB += QEL_NLRI_ADDR_BEHIND_LEN;
+        if (!QEL_Same16(pucA, pucB)) {
+            return QEL_NGMVPN_CmpBytes_(pucA, pucB, sizeof(QEL_ADDR_S));
         }
     }
     return QEL_CMP_EQUAL;
@@ -1242,13 +1256,16 @@ int32_t QEL_NGMVPN_CmpNlriRD(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVP
     if (ucKindA != ucKindB) {
         return QEL_NGMVPN_CmpNumber_(ucKindA, ucKindB);
     }
+    if (QEL_Same8(&pstKeyA->stRd, &pstKeyB->stRd)) {
+        return QEL_CMP_EQUAL;
+    }
     return QEL_NGMVPN_CmpBytes_(&pstKeyA->stRd, &pstKeyB->stRd, sizeof(QEL_RD_VALUE_S));
 }
 
 int32_t QEL_NGMVPN_CmpIntraIpmsiAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
 {
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stIntraIpmsiAd.ucOrigAddrLen)};
-    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 1);
+    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets);
 }
 
 int32_t QEL_NGMVPN_CmpInterIpmsiAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
@@ -1265,14 +1282,14 @@ int32_t QEL_NGMVPN_CmpSpmsiAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_N
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiAd.ucSrcAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiAd.ucGrpAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiAd.ucOrigAddrLen)};
-    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 3);
+    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets);
 }
 
 int32_t QEL_NGMVPN_CmpIpmsiLeafAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
 {
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stIpmsiLeafAd.ucOrigAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stIpmsiLeafAd.ucLeafAddrLen)};
-    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 2);
+    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets);
 }
 
 int32_t QEL_NGMVPN_CmpSpmsiLeafAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
@@ -1281,14 +1298,14 @@ int32_t QEL_NGMVPN_CmpSpmsiLeafAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const Q
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiLeafAd.ucGrpAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiLeafAd.ucOrigAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiLeafAd.ucLeafAddrLen)};
-    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 4);
+    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets);
 }
 
 int32_t QEL_NGMVPN_CmpSourceActiveAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
 {
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stSourceActiveAd.ucSrcAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSourceActiveAd.ucGrpAddrLen)};
-    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 2);
+    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets);
 }
 
 int32_t QEL_NGMVPN_CmpCMulticastRouteKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
@@ -1303,7 +1320,7 @@ int32_t QEL_NGMVPN_CmpCMulticastRouteKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, con
     }
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stCMulticastRoute.ucSrcAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stCMulticastRoute.ucGrpAddrLen)};
-    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 2);
+    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets);
 }
 
 /* Whether a compare's arguments are two elements of at least that size. */
