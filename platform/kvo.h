@@ -22,7 +22,7 @@ int32_t KVO_MemCmp(const void *pvA, const void *pvB, uint32_t uiLen);
 /* Dotted text of a host-order IPv4 address. pcOut holds 16 bytes and is returned. */
 char *KVO_IpAddrToStr(uint32_t uiAddr, char *pcOut);
 
-/* Text of a number in base 10 or 16. pcOut holds 11 bytes and is returned. */
+/* Text of a number in base 10 or 16; empty in any other. pcOut holds 11 bytes and is returned. */
 char *KVO_Uint32ToStr(uint32_t uiValue, char *pcOut, uint32_t uiBase);
 
 /* RFC 5952 text of an IPv6 address, at most uiOutLen bytes with the terminator. Returns pcOut. */

@@ -124,7 +124,9 @@ char *KVO_IpAddrToStr(uint32_t uiAddr, char *pcOut)
 char *KVO_Uint32ToStr(uint32_t uiValue, char *pcOut, uint32_t uiBase)
 {
     AddressText text;
-    text.add(uiValue, uiBase == 16 ? 16 : 10);
+    if (uiBase == 10 || uiBase == 16) {
+        text.add(uiValue, static_cast<int>(uiBase));
+    }
     return put(text.view(), pcOut, 11);
 }
 

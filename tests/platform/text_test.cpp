@@ -131,6 +131,14 @@ TEST(Text, numbers_in_base_ten_and_sixteen)
     EXPECT_STREQ(KVO_Uint32ToStr(0xDEADBEEF, out.data(), 16), "deadbeef");
 }
 
+TEST(Text, a_number_in_another_base_has_no_text)
+{
+    for (const std::uint32_t base : {0U, 8U, 11U, 17U, 0xFFFFFFFFU}) {
+        std::array<char, 11> out{'x'};
+        EXPECT_STREQ(KVO_Uint32ToStr(5, out.data(), base), "") << base;
+    }
+}
+
 TEST(Text, length_stops_at_the_terminator)
 {
     EXPECT_EQ(KVO_StrLen(""), 0U);
