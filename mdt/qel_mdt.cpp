@@ -455,7 +455,7 @@ int32_t QEL_MDT_CmpData(const void *pvA, uint32_t uiLenA, const void *pvB, uint3
     if (QEL_Missing(pvA) || QEL_Missing(pvB)) {
         return QEL_CMP_FAILED;
     }
-    const QEL_DISPATCH_ENTRY_S *pstEntry = QEL_MDT_GetDataCmpEntry(uiCmpType);
+    const QEL_DISPATCH_ENTRY_S *pstEntry = QEL_FindEntry(g_astQelMdtCmpDataTbl, uiCmpType);
     if (pstEntry == nullptr || pstEntry->pfCmpData == nullptr) {
         return QEL_CMP_FAILED;
     }

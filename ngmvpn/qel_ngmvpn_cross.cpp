@@ -8,6 +8,7 @@
 #include "qel_ngmvpn_util.h"
 
 #include <cstdint>
+#include <cstring>
 
 static constexpr uint16_t QEL_NGMVPN_TYPE_RT_AS2 = 0x0002;
 static constexpr uint16_t QEL_NGMVPN_TYPE_RT_IP4 = 0x0102;
@@ -55,14 +56,23 @@ static bool QEL_NGMVPN_IsCMulticast_(uint32_t uiKeyType)
     return uiKeyType == QEL_NGMVPN_KEY_SHARED_TREE_JOIN || uiKeyType == QEL_NGMVPN_KEY_SOURCE_TREE_JOIN;
 }
 
+static uint32_t QEL_NGMVPN_ExtCommCount_(const QEL_ROUTE_INFO_S *pstRoute)
+{
+    return (pstRoute->pucExtComm != nullptr) ? pstRoute->uiExtCommLen / QEL_NGMVPN_CROSS_RT_LEN : 0;
+}
+
+static uint32_t QEL_NGMVPN_Ipv6ExtCommCount_(const QEL_ROUTE_INFO_S *pstRoute)
+{
+    return (pstRoute->pucIpv6ExtComm != nullptr) ? pstRoute->uiIpv6ExtCommLen / QEL_NGMVPN_CROSS_IPV6_RT_LEN : 0;
+}
+
 const uint8_t *QEL_NGMVPN_GetCrossExtComm(const QEL_ROUTE_INFO_S *pstRoute, uint32_t *puiCursor, uint32_t *puiElemLen)
 {
     if (QEL_Missing(pstRoute) || QEL_Missing(puiCursor) || QEL_Missing(puiElemLen)) {
         return nullptr;
     }
-    const uint32_t uiCount = (pstRoute->pucExtComm != nullptr) ? pstRoute->uiExtCommLen / QEL_NGMVPN_CROSS_RT_LEN : 0;
-    const uint32_t uiIpv6Count =
-        (pstRoute->pucIpv6ExtComm != nullptr) ? pstRoute->uiIpv6ExtCommLen / QEL_NGMVPN_CROSS_IPV6_RT_LEN : 0;
+    const uint32_t uiCount = QEL_NGMVPN_ExtCommCount_(pstRoute);
+    const uint32_t uiIpv6Count = QEL_NGMVPN_Ipv6ExtCommCount_(pstRoute);
     const uint32_t uiIndex = *puiCursor;
     if (uiIndex >= uiCount + uiIpv6Count) {
         return nullptr;
@@ -113,33 +123,6 @@ static uint32_t QEL_NGMVPN_EndCross_(uint8_t **ppucCross, uint32_t *puiCrossLen,
     *puiCrossLen = 0;
     *puiMore = 0;
     return QEL_OK;
-}
-
-QEL_HOT_PATH uint32_t QEL_NGMVPN_GetCrossGtm(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCross,
-                                             uint32_t *puiCrossLen, uint32_t *puiCursor, uint32_t *puiMore,
-                                             QEL_FAMILY_CTX_S *pstCtx)
-{
-    if (QEL_Missing(pstRoute) || QEL_Missing(puiCursor)) {
-        return QEL_ERR_NULL;
-    }
-    if (!QEL_NGMVPN_HasNonKey_(pstRoute)) {
-        if (QEL_Missing(ppucCross) || QEL_Missing(puiCrossLen) || QEL_Missing(puiMore)) {
-            return QEL_ERR_NULL;
-        }
-        return QEL_NGMVPN_EndCross_(ppucCross, puiCrossLen, puiMore);
-    }
-    const QEL_NGMVPN_NONKEY_AT_S *pstNonKey = QEL_NGMVPN_NonKeyOf_(pstRoute);
-    /* kept: C-multicast routes yield no marker, with an RD of zeros neither; their own type word tells it instead */
-    if ((pstNonKey->usFlags & QEL_NGMVPN_NONKEY_RD) == 0 || QEL_NGMVPN_IsCMulticast_(pstNonKey->uiKeyType)) {
-        return QEL_NGMVPN_GetCross(pstRoute, ppucCross, puiCrossLen, puiCursor, puiMore, pstCtx);
-    }
-    if (*puiCursor == 0) {
-        return QEL_NGMVPN_GetRdCross(pstRoute, ppucCross, puiCrossLen, puiCursor, puiMore, pstCtx);
-    }
-    *puiCursor -= 1;
-    const uint32_t uiRet = QEL_NGMVPN_GetCross(pstRoute, ppucCross, puiCrossLen, puiCursor, puiMore, pstCtx);
-    *puiCursor += 1;
-    return uiRet;
 }
 
 /* Hands out a copy of the value. */
@@ -212,69 +195,157 @@ void QEL_NGMVPN_SetCmcastImpRtType(const QEL_NGMVPN_NONKEY_AT_S *pstNonKey, uint
     QEL_Store16(pusRt, QEL_NGMVPN_TYPE_RT_IMPORT);
 }
 
-/* The next element that is a route target, or null at the end of the lists. */
-static const uint8_t *QEL_NGMVPN_NextRt_(const QEL_ROUTE_INFO_S *pstRoute, uint32_t *puiCursor, uint32_t *puiElemLen)
+/* The next element that is a route target, or null at the end of the lists. The cursor counts uiMarkers values before
+ * the elements, moves behind those that were looked at and stays where it is behind the end of the lists. */
+static const uint8_t *QEL_NGMVPN_NextRt_(const QEL_ROUTE_INFO_S *pstRoute, uint32_t *puiCursor, uint32_t uiMarkers,
+                                         uint32_t *puiElemLen)
 {
-    const uint8_t *pucElem = QEL_NGMVPN_GetCrossExtComm(pstRoute, puiCursor, puiElemLen);
-    while (pucElem != nullptr && QEL_NGMVPN_IsExtcommTypeRt(QEL_Load16(pucElem)) == 0) {
-        pucElem = QEL_NGMVPN_GetCrossExtComm(pstRoute, puiCursor, puiElemLen);
+    uint32_t uiIndex = *puiCursor - uiMarkers;
+    const uint32_t uiCount = QEL_NGMVPN_ExtCommCount_(pstRoute);
+    for (; uiIndex < uiCount; uiIndex++) {
+        const uint8_t *pucElem = pstRoute->pucExtComm + size_t{uiIndex} * QEL_NGMVPN_CROSS_RT_LEN;
+        if (QEL_NGMVPN_IsExtcommTypeRt(QEL_Load16(pucElem)) != 0) {
+            *puiCursor = uiIndex + 1 + uiMarkers;
+            *puiElemLen = QEL_NGMVPN_CROSS_RT_LEN;
+            return pucElem;
+        }
     }
-    return pucElem;
+    const uint32_t uiEnd = uiCount + QEL_NGMVPN_Ipv6ExtCommCount_(pstRoute);
+    for (; uiIndex < uiEnd; uiIndex++) {
+        const uint8_t *pucElem = pstRoute->pucIpv6ExtComm + size_t{uiIndex - uiCount} * QEL_NGMVPN_CROSS_IPV6_RT_LEN;
+        if (QEL_NGMVPN_IsExtcommTypeRt(QEL_Load16(pucElem)) != 0) {
+            *puiCursor = uiIndex + 1 + uiMarkers;
+            *puiElemLen = QEL_NGMVPN_CROSS_IPV6_RT_LEN;
+            return pucElem;
+        }
+    }
+    *puiCursor = uiIndex + uiMarkers;
+    return nullptr;
 }
 
-uint32_t QEL_NGMVPN_GetCross(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCross, uint32_t *puiCrossLen,
-                             uint32_t *puiCursor, uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
+/* The value of a C-multicast route: the element under a type word of its own. */
+static uint32_t QEL_NGMVPN_NewJoinCross_(const QEL_NGMVPN_NONKEY_AT_S *pstNonKey, const uint8_t *pucElem,
+                                         uint32_t uiLen, uint8_t **ppucCross, uint32_t *puiCrossLen, uint32_t *puiMore,
+                                         const QEL_FAMILY_CTX_S *pstCtx)
+{
+    alignas(uint16_t) QEL_NGMVPN_RT_U uRt = {};
+    void *pvRt = &uRt;
+    QEL_Copy(pvRt, sizeof(uRt), pucElem, uiLen);
+    QEL_NGMVPN_SetCmcastImpRtType(pstNonKey, static_cast<uint16_t *>(pvRt), sizeof(uRt), uiLen);
+    return QEL_NGMVPN_NewCross_(uRt.aucBytes, uiLen, ppucCross, puiCrossLen, puiMore, pstCtx);
+}
+
+/* The value of a Leaf A-D route. */
+static uint32_t QEL_NGMVPN_NewLeafCross_(const QEL_NGMVPN_NONKEY_AT_S *pstNonKey, const uint8_t *pucElem,
+                                         uint32_t uiLen, uint8_t **ppucCross, uint32_t *puiCrossLen, uint32_t *puiMore,
+                                         QEL_FAMILY_CTX_S *pstCtx)
+{
+    uint8_t aucValue[UINT8_MAX];
+    memset(aucValue, 0, QEL_NGMVPN_CROSS_MAX_LEN);
+    /* kept: the length is that of a byte and wraps for an impossible key length; no value is longer for the host */
+    uiLen = static_cast<uint8_t>(QEL_NGMVPN_GetLeafCross(pstNonKey, pucElem, uiLen, aucValue, pstCtx));
+    if (uiLen > QEL_NGMVPN_CROSS_MAX_LEN) {
+        /* The room of the builder is the first QEL_NGMVPN_CROSS_MAX_LEN bytes; a length above it, from a key length
+         * that no key has, reads on in zeros. */
+        memset(aucValue + QEL_NGMVPN_CROSS_MAX_LEN, 0, sizeof(aucValue) - QEL_NGMVPN_CROSS_MAX_LEN);
+    }
+    return QEL_NGMVPN_NewCross_(aucValue, uiLen, ppucCross, puiCrossLen, puiMore, pstCtx);
+}
+
+/* The value of the next route target behind uiMarkers markers. */
+static uint32_t QEL_NGMVPN_NextCross_(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCross, uint32_t *puiCrossLen,
+                                      uint32_t *puiCursor, uint32_t uiMarkers, uint32_t *puiMore,
+                                      QEL_FAMILY_CTX_S *pstCtx)
 {
     if (QEL_Missing(pstRoute) || QEL_Missing(ppucCross) || QEL_Missing(puiCrossLen) || QEL_Missing(puiCursor) ||
         QEL_Missing(pstCtx) || QEL_Missing(puiMore)) {
         return QEL_ERR_NULL;
     }
-    *ppucCross = nullptr;
     const QEL_NGMVPN_NONKEY_AT_S *pstNonKey = QEL_NGMVPN_NonKeyOf_(pstRoute);
-    if (!QEL_NGMVPN_HasNonKey_(pstRoute) || (pstNonKey->usFlags & QEL_NGMVPN_NONKEY_TYPE) == 0) {
+    const bool bNonKey = QEL_NGMVPN_HasNonKey_(pstRoute);
+    *ppucCross = nullptr;
+    if (!bNonKey || (pstNonKey->usFlags & QEL_NGMVPN_NONKEY_TYPE) == 0) {
         return QEL_NGMVPN_EndCross_(ppucCross, puiCrossLen, puiMore);
     }
     uint32_t uiLen = 0;
-    const uint8_t *pucElem = QEL_NGMVPN_NextRt_(pstRoute, puiCursor, &uiLen);
+    const uint8_t *pucElem = QEL_NGMVPN_NextRt_(pstRoute, puiCursor, uiMarkers, &uiLen);
     if (pucElem == nullptr) {
         return QEL_NGMVPN_EndCross_(ppucCross, puiCrossLen, puiMore);
     }
     if (QEL_NGMVPN_IsCMulticast_(pstNonKey->uiKeyType)) {
-        alignas(uint16_t) QEL_NGMVPN_RT_U uRt = {};
-        void *pvRt = &uRt;
-        QEL_Copy(pvRt, sizeof(uRt), pucElem, uiLen);
-        QEL_NGMVPN_SetCmcastImpRtType(pstNonKey, static_cast<uint16_t *>(pvRt), sizeof(uRt), uiLen);
-        return QEL_NGMVPN_NewCross_(uRt.aucBytes, uiLen, ppucCross, puiCrossLen, puiMore, pstCtx);
+        return QEL_NGMVPN_NewJoinCross_(pstNonKey, pucElem, uiLen, ppucCross, puiCrossLen, puiMore, pstCtx);
     }
     if (pstNonKey->uiKeyType == QEL_NGMVPN_KEY_IPMSI_LEAF_AD || pstNonKey->uiKeyType == QEL_NGMVPN_KEY_SPMSI_LEAF_AD) {
-        /* The room of the builder is the first QEL_NGMVPN_CROSS_MAX_LEN bytes; a length above it, from a key length
-         * that no key has, reads on in zeros. */
-        uint8_t aucValue[UINT8_MAX] = {};
-        /* kept: the length is that of a byte and wraps for an impossible key length; no value is longer for the host */
-        uiLen = static_cast<uint8_t>(QEL_NGMVPN_GetLeafCross(pstNonKey, pucElem, uiLen, aucValue, pstCtx));
-        return QEL_NGMVPN_NewCross_(aucValue, uiLen, ppucCross, puiCrossLen, puiMore, pstCtx);
+        return QEL_NGMVPN_NewLeafCross_(pstNonKey, pucElem, uiLen, ppucCross, puiCrossLen, puiMore, pstCtx);
     }
     return QEL_NGMVPN_NewCross_(pucElem, uiLen, ppucCross, puiCrossLen, puiMore, pstCtx);
 }
 
+uint32_t QEL_NGMVPN_GetCross(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCross, uint32_t *puiCrossLen,
+                             uint32_t *puiCursor, uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
+{
+    return QEL_NGMVPN_NextCross_(pstRoute, ppucCross, puiCrossLen, puiCursor, 0, puiMore, pstCtx);
+}
+
+QEL_HOT_PATH uint32_t QEL_NGMVPN_GetCrossGtm(const QEL_ROUTE_INFO_S *pstRoute, uint8_t **ppucCross,
+                                             uint32_t *puiCrossLen, uint32_t *puiCursor, uint32_t *puiMore,
+                                             QEL_FAMILY_CTX_S *pstCtx)
+{
+    if (QEL_Missing(pstRoute) || QEL_Missing(puiCursor)) {
+        return QEL_ERR_NULL;
+    }
+    if (!QEL_NGMVPN_HasNonKey_(pstRoute)) {
+        if (QEL_Missing(ppucCross) || QEL_Missing(puiCrossLen) || QEL_Missing(puiMore)) {
+            return QEL_ERR_NULL;
+        }
+        return QEL_NGMVPN_EndCross_(ppucCross, puiCrossLen, puiMore);
+    }
+    const QEL_NGMVPN_NONKEY_AT_S *pstNonKey = QEL_NGMVPN_NonKeyOf_(pstRoute);
+    /* kept: C-multicast routes yield no marker, with an RD of zeros neither; their own type word tells it instead */
+    if ((pstNonKey->usFlags & QEL_NGMVPN_NONKEY_RD) == 0 || QEL_NGMVPN_IsCMulticast_(pstNonKey->uiKeyType)) {
+        return QEL_NGMVPN_NextCross_(pstRoute, ppucCross, puiCrossLen, puiCursor, 0, puiMore, pstCtx);
+    }
+    if (*puiCursor == 0) {
+        return QEL_NGMVPN_GetRdCross(pstRoute, ppucCross, puiCrossLen, puiCursor, puiMore, pstCtx);
+    }
+    return QEL_NGMVPN_NextCross_(pstRoute, ppucCross, puiCrossLen, puiCursor, 1, puiMore, pstCtx);
+}
+
+/* The type octets of S-PMSI keys in instances with addresses of either kind; 0: none. */
+static uint8_t QEL_NGMVPN_Ipv4IrtType_(uint8_t ucKeyLen)
+{
+    switch (ucKeyLen) {
+    case 14:
+    case 18:
+    case 22:
+        return QEL_NGMVPN_IRT_SPMSI;
+    case 26:
+    case 30:
+    case 34:
+        return QEL_NGMVPN_IRT_SPMSI_ORIG6;
+    default:
+        return 0;
+    }
+}
+
+static uint8_t QEL_NGMVPN_Ipv6IrtType_(uint8_t ucKeyLen)
+{
+    switch (ucKeyLen) {
+    case 14:
+    case 30:
+    case 46:
+        return QEL_NGMVPN_IRT_SPMSI;
+    case 26:
+    case 42:
+    case 58:
+        return QEL_NGMVPN_IRT_SPMSI_V6_ORIG6;
+    default:
+        return 0;
+    }
+}
+
 uint32_t QEL_NGMVPN_AddIrtType(uint8_t *pucOut, uint8_t ucKeyLen, uint16_t usInstanceKind)
 {
-    typedef struct {
-        uint8_t ucKeyLen;
-        uint8_t ucIpv4Type; /* of instances with IPv4 addresses; 0: none */
-        uint8_t ucIpv6Type;
-    } IRT_TYPE_S;
-    static constexpr IRT_TYPE_S astTypes[] = {
-        {14, QEL_NGMVPN_IRT_SPMSI, QEL_NGMVPN_IRT_SPMSI},
-        {18, QEL_NGMVPN_IRT_SPMSI, 0},
-        {22, QEL_NGMVPN_IRT_SPMSI, 0},
-        {26, QEL_NGMVPN_IRT_SPMSI_ORIG6, QEL_NGMVPN_IRT_SPMSI_V6_ORIG6},
-        {30, QEL_NGMVPN_IRT_SPMSI_ORIG6, QEL_NGMVPN_IRT_SPMSI},
-        {34, QEL_NGMVPN_IRT_SPMSI_ORIG6, 0},
-        {42, 0, QEL_NGMVPN_IRT_SPMSI_V6_ORIG6},
-        {46, 0, QEL_NGMVPN_IRT_SPMSI},
-        {58, 0, QEL_NGMVPN_IRT_SPMSI_V6_ORIG6},
-    };
     /* kept: 1 also where nothing is written; the octet stays 0 then, and callers go on with the value */
     static constexpr uint32_t uiAlways = 1;
     if (QEL_Missing(pucOut)) {
@@ -284,21 +355,33 @@ uint32_t QEL_NGMVPN_AddIrtType(uint8_t *pucOut, uint8_t ucKeyLen, uint16_t usIns
         *pucOut = (ucKeyLen == 12) ? QEL_NGMVPN_IRT_INTRA : QEL_NGMVPN_IRT_INTRA_ORIG6;
         return uiAlways;
     }
-    const bool bIpv4 = usInstanceKind == QEL_NGMVPN_KIND_MVRF_IPV4 || usInstanceKind == QEL_NGMVPN_KIND_MVPN_IPV4;
-    const bool bIpv6 = usInstanceKind == QEL_NGMVPN_KIND_MVRF_IPV6 || usInstanceKind == QEL_NGMVPN_KIND_MVPN_IPV6;
-    for (const IRT_TYPE_S &stType : astTypes) {
-        const uint8_t ucType = bIpv4 ? stType.ucIpv4Type : stType.ucIpv6Type;
-        if (stType.ucKeyLen == ucKeyLen && (bIpv4 || bIpv6) && ucType != 0) {
-            *pucOut = ucType;
-        }
+    uint8_t ucType = 0;
+    if (usInstanceKind == QEL_NGMVPN_KIND_MVRF_IPV4 || usInstanceKind == QEL_NGMVPN_KIND_MVPN_IPV4) {
+        ucType = QEL_NGMVPN_Ipv4IrtType_(ucKeyLen);
+    } else if (usInstanceKind == QEL_NGMVPN_KIND_MVRF_IPV6 || usInstanceKind == QEL_NGMVPN_KIND_MVPN_IPV6) {
+        ucType = QEL_NGMVPN_Ipv6IrtType_(ucKeyLen);
+    }
+    if (ucType != 0) {
+        *pucOut = ucType;
     }
     return uiAlways;
+}
+
+/* What QEL_NGMVPN_IsMvrfComp and QEL_NGMVPN_IsMvpnComp say of a context that is there. */
+static bool QEL_NGMVPN_IsMvrf_(const QEL_FAMILY_CTX_S *pstCtx)
+{
+    return pstCtx->usInstanceKind == QEL_NGMVPN_KIND_MVRF_IPV4 || pstCtx->usInstanceKind == QEL_NGMVPN_KIND_MVRF_IPV6;
+}
+
+static bool QEL_NGMVPN_IsMvpn_(const QEL_FAMILY_CTX_S *pstCtx)
+{
+    return pstCtx->usInstanceKind == QEL_NGMVPN_KIND_MVPN_IPV4 || pstCtx->usInstanceKind == QEL_NGMVPN_KIND_MVPN_IPV6;
 }
 
 /* Brings the element in uRt to the byte order and the type word that the instance's Leaf A-D values have. */
 static void QEL_NGMVPN_ConvertLeafRt_(QEL_NGMVPN_RT_U *puRt, uint32_t uiElemLen, const QEL_FAMILY_CTX_S *pstCtx)
 {
-    if (QEL_NGMVPN_IsMvpnComp(pstCtx) != 0) {
+    if (QEL_NGMVPN_IsMvpn_(pstCtx)) {
         /* kept: host order here, wire order in every other instance; values are searched byte for byte as they stand */
         puRt->stRt.usType = QEL_NGMVPN_TYPE_RT_IMPORT;
         return;
@@ -322,7 +405,7 @@ uint32_t QEL_NGMVPN_GetLeafCross(const QEL_NGMVPN_NONKEY_AT_S *pstNonKey, const 
     }
     uint32_t uiPos = 0;
     uint8_t ucKeyLen = 0;
-    if (QEL_NGMVPN_IsMvrfComp(pstCtx) != 0) {
+    if (QEL_NGMVPN_IsMvrf_(pstCtx)) {
         ucKeyLen = pstNonKey->aucEmbeddedKey[1];
         (void)QEL_NGMVPN_AddIrtType(pucOut, ucKeyLen, pstCtx->usInstanceKind);
         uiPos = 1;
@@ -341,6 +424,44 @@ uint32_t QEL_NGMVPN_GetLeafCross(const QEL_NGMVPN_NONKEY_AT_S *pstNonKey, const 
 
 /* Compare of cross values. */
 
+/* Equality of two values of one length, 4 or more; the last octets are compared by words that may overlap. */
+static bool QEL_NGMVPN_IsSame_(const uint8_t *pucA, const uint8_t *pucB, uint32_t uiLen)
+{
+    if (uiLen < 8) {
+        return QEL_Load32(pucA) == QEL_Load32(pucB) && QEL_Load32(pucA + uiLen - 4) == QEL_Load32(pucB + uiLen - 4);
+    }
+    const uint8_t *pucLast = pucA + uiLen - 8;
+    const uint8_t *pucLastB = pucB + uiLen - 8;
+    for (; pucA < pucLast; pucA += 8, pucB += 8) {
+        if (!QEL_Same8(pucA, pucB)) {
+            return false;
+        }
+    }
+    return QEL_Same8(pucLast, pucLastB);
+}
+
+/* QEL_NGMVPN_CmpAttr of two values that are there. The service is the faster one where they are long. */
+static int32_t QEL_NGMVPN_CmpValues_(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB)
+{
+    static constexpr uint32_t uiWord = 8;
+    static constexpr uint32_t uiLong = 32;
+    if (uiLenA == uiLenB && uiLenA >= uiWord && uiLenA < uiLong &&
+        QEL_NGMVPN_IsSame_(QEL_Bytes(pvA), QEL_Bytes(pvB), uiLenA)) {
+        return QEL_CMP_EQUAL;
+    }
+    return QEL_NGMVPN_CmpAttr(pvA, uiLenA, pvB, uiLenB);
+}
+
+/* The compare of values that are not found equal by their octets. */
+[[gnu::noinline, gnu::nonnull]] QEL_HOT_PATH static int32_t QEL_NGMVPN_CmpOther_(const void *pvA, uint32_t uiLenA,
+                                                                                 const void *pvB, uint32_t uiLenB)
+{
+    if (QEL_NGMVPN_IsCmpPrivateCross(uiLenA, uiLenB) == 0) {
+        return QEL_NGMVPN_CmpAttr(pvA, uiLenA, pvB, uiLenB);
+    }
+    return QEL_NGMVPN_CmpPrivateCross(pvA, uiLenA, pvB, uiLenB);
+}
+
 QEL_HOT_PATH int32_t QEL_NGMVPN_CmpCross(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB)
 {
     if (QEL_Missing(pvA) || QEL_Missing(pvB)) {
@@ -350,10 +471,12 @@ QEL_HOT_PATH int32_t QEL_NGMVPN_CmpCross(const void *pvA, uint32_t uiLenA, const
         QEL_Report((uiLenA < QEL_NGMVPN_CROSS_GTM_LEN) ? uiLenA : uiLenB);
         return QEL_CMP_FAILED;
     }
-    if (QEL_NGMVPN_IsCmpPrivateCross(uiLenA, uiLenB) == 0) {
-        return QEL_NGMVPN_CmpAttr(pvA, uiLenA, pvB, uiLenB);
+    /* Up to this length no value is a private one, and what is the same is equal. */
+    if (uiLenA == uiLenB && uiLenA <= QEL_NGMVPN_CROSS_IPV6_RT_LEN &&
+        QEL_NGMVPN_IsSame_(QEL_Bytes(pvA), QEL_Bytes(pvB), uiLenA)) {
+        return QEL_CMP_EQUAL;
     }
-    return QEL_NGMVPN_CmpPrivateCross(pvA, uiLenA, pvB, uiLenB);
+    return QEL_NGMVPN_CmpOther_(pvA, uiLenA, pvB, uiLenB);
 }
 
 int32_t QEL_NGMVPN_CmpCrossAttr(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB,
@@ -401,7 +524,7 @@ uint32_t QEL_NGMVPN_CmpLeafCross4ISSU(const void *pvA, uint32_t uiLenA, const vo
     }
     QEL_EXTCOMM_S stRt = {};
     QEL_NGMVPN_GetImportRtFromPrivateIRT(QEL_Bytes(pvB), uiLenB, &stRt);
-    *piResult = QEL_NGMVPN_CmpAttr(pvA, uiLenA, &stRt, sizeof(stRt));
+    *piResult = QEL_NGMVPN_CmpValues_(pvA, uiLenA, &stRt, sizeof(stRt));
     return 1;
 }
 
@@ -430,24 +553,25 @@ void QEL_NGMVPN_GetImportRtFromPrivateIRT(const uint8_t *pucIrt, uint32_t uiLen,
 
 uint32_t QEL_NGMVPN_IsLeafSearch(const uint8_t *pucA, uint32_t uiLen)
 {
-    typedef struct {
-        uint32_t uiLen;
-        uint8_t ucType;
-    } LEAF_FORM_S;
-    /* kept: six forms of all that there are; values of the others are searched under their own numbers */
-    static constexpr LEAF_FORM_S astForms[] = {
-        {21, QEL_NGMVPN_IRT_INTRA}, {31, QEL_NGMVPN_IRT_SPMSI},       {45, QEL_NGMVPN_IRT_INTRA_ORIG6},
-        {55, QEL_NGMVPN_IRT_SPMSI}, {55, QEL_NGMVPN_IRT_SPMSI_ORIG6}, {79, QEL_NGMVPN_IRT_SPMSI_V6_ORIG6},
-    };
     if (QEL_Missing(pucA)) {
         return 0;
     }
-    for (const LEAF_FORM_S &stForm : astForms) {
-        if (stForm.uiLen == uiLen && stForm.ucType == pucA[0]) {
-            return 1;
-        }
+    const uint8_t ucType = pucA[0];
+    /* kept: six forms of all that there are; values of the others are searched under their own numbers */
+    switch (uiLen) {
+    case 21:
+        return (ucType == QEL_NGMVPN_IRT_INTRA) ? 1 : 0;
+    case 31:
+        return (ucType == QEL_NGMVPN_IRT_SPMSI) ? 1 : 0;
+    case 45:
+        return (ucType == QEL_NGMVPN_IRT_INTRA_ORIG6) ? 1 : 0;
+    case 55:
+        return (ucType == QEL_NGMVPN_IRT_SPMSI || ucType == QEL_NGMVPN_IRT_SPMSI_ORIG6) ? 1 : 0;
+    case 79:
+        return (ucType == QEL_NGMVPN_IRT_SPMSI_V6_ORIG6) ? 1 : 0;
+    default:
+        return 0;
     }
-    return 0;
 }
 
 /* Where an S-PMSI private IRT of full shape with IPv4 addresses has its fields. */
@@ -475,7 +599,7 @@ int32_t QEL_NGMVPN_IsExtCommunityMatch(const uint8_t *pucA, uint32_t uiLenA, con
     QEL_Copy(aucStored, sizeof(aucStored), pucA, uiLenA);
     /* kept: the stored side alone is renumbered, so a stored value is not equal to itself; hosts search by keys only */
     QEL_NGMVPN_PrivateExtCommTypeTrans(pucA, aucStored);
-    return QEL_NGMVPN_CmpAttr(aucStored, uiLenA, pucB, uiLenA);
+    return QEL_NGMVPN_CmpValues_(aucStored, uiLenA, pucB, uiLenA);
 }
 
 uint32_t QEL_NGMVPN_NeedSkipAddress(const uint8_t *pucA, uint32_t uiLenA, const uint8_t *pucB, uint32_t uiLenB)
@@ -506,8 +630,8 @@ uint32_t QEL_NGMVPN_IsExtCommMatchExclAddr(const uint8_t *pucA, const uint8_t *p
         return 0;
     }
     const uint32_t uiLen = (pucA[0] == ucLongTailType) ? uiLongTailLen : uiTailLen;
-    return (KVO_MemCmp(pucA + QEL_NGMVPN_IRT_RD_AT, pucB + QEL_NGMVPN_IRT_RD_AT, sizeof(QEL_RD_VALUE_S)) == 0 &&
-            KVO_MemCmp(pucA + QEL_NGMVPN_IRT_ORIGINATOR_AT, pucB + QEL_NGMVPN_IRT_ORIGINATOR_AT, uiLen) == 0)
+    return (QEL_Same8(pucA + QEL_NGMVPN_IRT_RD_AT, pucB + QEL_NGMVPN_IRT_RD_AT) &&
+            QEL_NGMVPN_IsSame_(pucA + QEL_NGMVPN_IRT_ORIGINATOR_AT, pucB + QEL_NGMVPN_IRT_ORIGINATOR_AT, uiLen))
                ? 1
                : 0;
 }

@@ -173,7 +173,7 @@ static bool QEL_NGMVPN_HoldsRt_(const void *pvRt, uint32_t uiSize, uint32_t uiEl
     return true;
 }
 
-void QEL_NGMVPN_ConvertRTValueHTON(QEL_EXTCOMM_S *pstRt, uint32_t uiSize)
+QEL_HOT_PATH void QEL_NGMVPN_ConvertRTValueHTON(QEL_EXTCOMM_S *pstRt, uint32_t uiSize)
 {
     if (!QEL_NGMVPN_HoldsRt_(pstRt, uiSize, sizeof(*pstRt))) {
         return;
@@ -228,7 +228,7 @@ void QEL_NGMVPN_ConvertIPv6RTValueNTOH(QEL_IPV6_EXTCOMM_S *pstRt)
     }
 }
 
-void QEL_NGMVPN_ConvertIPv6RTValueHTON(QEL_IPV6_EXTCOMM_S *pstRt, uint32_t uiSize)
+QEL_HOT_PATH void QEL_NGMVPN_ConvertIPv6RTValueHTON(QEL_IPV6_EXTCOMM_S *pstRt, uint32_t uiSize)
 {
     if (!QEL_NGMVPN_HoldsRt_(pstRt, uiSize, sizeof(*pstRt))) {
         return;
