@@ -636,7 +636,8 @@ uint32_t QEL_MDT_OutputCross(QEL_ROUTE_BLOCK_S *pstBlock, uint32_t *puiRemain, c
     return QEL_OK;
 }
 
-uint32_t QEL_MDT_OutputData(QEL_ROUTE_BLOCK_S **ppstBlock, const QEL_ROUTE_VIEW_S *pstView, uint32_t uiMemHandle)
+QEL_HOT_PATH uint32_t QEL_MDT_OutputData(QEL_ROUTE_BLOCK_S **ppstBlock, const QEL_ROUTE_VIEW_S *pstView,
+                                         uint32_t uiMemHandle)
 {
     if (QEL_Missing(ppstBlock) || QEL_Missing(pstView) || QEL_Zero(uiMemHandle)) {
         return QEL_ERR_NULL;

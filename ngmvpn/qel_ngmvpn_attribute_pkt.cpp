@@ -67,8 +67,9 @@ static uint32_t QEL_NGMVPN_ParseList_(const uint8_t **ppucCursor, uint32_t uiLen
     return QEL_OK;
 }
 
-uint32_t QEL_NGMVPN_ParseExtCommunity(const uint8_t **ppucCursor, uint32_t uiLen, QEL_ROUTE_BLOCK_S **ppstResult,
-                                      uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
+QEL_HOT_PATH uint32_t QEL_NGMVPN_ParseExtCommunity(const uint8_t **ppucCursor, uint32_t uiLen,
+                                                   QEL_ROUTE_BLOCK_S **ppstResult, uint32_t *puiMore,
+                                                   QEL_FAMILY_CTX_S *pstCtx)
 {
     if (QEL_Missing(ppucCursor) || QEL_Missing(ppstResult) || QEL_Missing(puiMore) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
@@ -83,8 +84,9 @@ uint32_t QEL_NGMVPN_ParseExtCommunity(const uint8_t **ppucCursor, uint32_t uiLen
     return QEL_NGMVPN_ParseList_(ppucCursor, uiLen, sizeof(QEL_EXTCOMM_S), &stView, ppstResult, puiMore, pstCtx);
 }
 
-uint32_t QEL_NGMVPN_ParseIPv6ExtCommunity(const uint8_t **ppucCursor, uint32_t uiLen, QEL_ROUTE_BLOCK_S **ppstResult,
-                                          uint32_t *puiMore, QEL_FAMILY_CTX_S *pstCtx)
+QEL_HOT_PATH uint32_t QEL_NGMVPN_ParseIPv6ExtCommunity(const uint8_t **ppucCursor, uint32_t uiLen,
+                                                       QEL_ROUTE_BLOCK_S **ppstResult, uint32_t *puiMore,
+                                                       QEL_FAMILY_CTX_S *pstCtx)
 {
     if (QEL_Missing(ppucCursor) || QEL_Missing(ppstResult) || QEL_Missing(puiMore) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;

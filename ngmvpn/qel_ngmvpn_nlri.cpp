@@ -3,6 +3,7 @@
 #include "qel_byteorder.h"
 #include "qel_check.h"
 #include "qel_ngmvpn.h"
+#include "qel_ngmvpn_extcomm.h"
 #include "qel_ngmvpn_key.h"
 #include "qel_ngmvpn_segment_policy.h"
 #include "qel_ngmvpn_util.h"
@@ -1337,32 +1338,14 @@ static inline bool QEL_NGMVPN_AreElements_(const void *pvA, uint32_t uiLenA, con
     return true;
 }
 
-/* Communities stand together by Sub-type, the low byte of the type word, and only then by Type. */
-static int32_t QEL_NGMVPN_CmpCommType_(uint16_t usTypeA, uint16_t usTypeB)
-{
-    return QEL_NGMVPN_CmpNumber_(QEL_Swap16(usTypeA), QEL_Swap16(usTypeB));
-}
-
 int32_t QEL_NGMVPN_CmpExtCommunity(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB)
 {
     if (!QEL_NGMVPN_AreElements_(pvA, uiLenA, pvB, uiLenB, sizeof(QEL_EXTCOMM_S))) {
         return QEL_CMP_FAILED;
     }
-    const auto *pstA = static_cast<const QEL_EXTCOMM_S *>(pvA);
-    const auto *pstB = static_cast<const QEL_EXTCOMM_S *>(pvB);
-    int32_t iResult = QEL_NGMVPN_CmpCommType_(pstA->usType, pstB->usType);
-    if (iResult != QEL_CMP_EQUAL) {
-        return iResult;
-    }
-    const uint32_t uiType = pstA->usType >> 8;
-    if (uiType == 1 || uiType == 2) {
-        iResult = QEL_NGMVPN_CmpNumber_(pstA->uiGlobalAdmin, pstB->uiGlobalAdmin);
-        return iResult != QEL_CMP_EQUAL ? iResult : QEL_NGMVPN_CmpNumber_(pstA->usLocalAdmin, pstB->usLocalAdmin);
-    }
-    /* kept: any other type compares as 16 and 32 bits, though a list swaps most of them as 32 and 16; lists already
-     * stored are in this order */
-    iResult = QEL_NGMVPN_CmpNumber_(pstA->usGlobalAdmin, pstB->usGlobalAdmin);
-    return iResult != QEL_CMP_EQUAL ? iResult : QEL_NGMVPN_CmpNumber_(pstA->uiLocalAdmin, pstB->uiLocalAdmin);
+    const uint64_t ullA = QEL_NGMVPN_Weight_(static_cast<const QEL_EXTCOMM_S *>(pvA));
+    const uint64_t ullB = QEL_NGMVPN_Weight_(static_cast<const QEL_EXTCOMM_S *>(pvB));
+    return (ullA > ullB) - (ullA < ullB);
 }
 
 int32_t QEL_NGMVPN_CmpIPv6ExtCommunity(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB)
@@ -1370,25 +1353,9 @@ int32_t QEL_NGMVPN_CmpIPv6ExtCommunity(const void *pvA, uint32_t uiLenA, const v
     if (!QEL_NGMVPN_AreElements_(pvA, uiLenA, pvB, uiLenB, sizeof(QEL_IPV6_EXTCOMM_S))) {
         return QEL_CMP_FAILED;
     }
-    const auto *pstA = static_cast<const QEL_IPV6_EXTCOMM_S *>(pvA);
-    const auto *pstB = static_cast<const QEL_IPV6_EXTCOMM_S *>(pvB);
-    int32_t iResult = QEL_NGMVPN_CmpCommType_(pstA->usType, pstB->usType);
-    if (iResult != QEL_CMP_EQUAL) {
-        return iResult;
-    }
-    const uint32_t uiType = pstA->usType >> 8;
-    const uint32_t uiSubType = pstA->usType & 0xFF;
-    /* kept: not the types whose value a list swaps; the order of stored lists hangs on it */
-    if (uiType > 1 || (uiSubType != 2 && uiSubType != 11)) {
-        return QEL_NGMVPN_CmpBytes_(pstA->auiAddr, pstB->auiAddr, sizeof(QEL_IPV6_EXTCOMM_S) - sizeof(uint16_t));
-    }
-    for (uint32_t i = 0; i < 4; i++) {
-        iResult = QEL_NGMVPN_CmpNumber_(pstA->auiAddr[i], pstB->auiAddr[i]);
-        if (iResult != QEL_CMP_EQUAL) {
-            return iResult;
-        }
-    }
-    return QEL_NGMVPN_CmpNumber_(pstA->usLocalAdmin, pstB->usLocalAdmin);
+    const QEL_NGMVPN_IPV6_WEIGHT_S stA = QEL_NGMVPN_IPv6Weight_(static_cast<const QEL_IPV6_EXTCOMM_S *>(pvA));
+    const QEL_NGMVPN_IPV6_WEIGHT_S stB = QEL_NGMVPN_IPv6Weight_(static_cast<const QEL_IPV6_EXTCOMM_S *>(pvB));
+    return QEL_NGMVPN_WeighsLess_(stB, stA) - QEL_NGMVPN_WeighsLess_(stA, stB);
 }
 
 /* ---- advertisement ---- */

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "communities.h"
+#include "exchange_sort.h"
 #include "family_cases.h"
 
 #include <initializer_list>
@@ -331,6 +332,19 @@ protected:
             }
             expect_made(parse(joined(wire), ctx_), {.list = cleaned(elements(host_list(joined(wire))))});
         }
+    }
+
+    // Lists out of `seed`, at every address.
+    void any_list_is_sorted_as_exchanges_sort_it(std::uint32_t seed)
+    {
+        const platform::Recorder recorder;
+        const auto sort = [this](std::uint8_t *list, std::uint16_t count) {
+            EXPECT_EQ(Calls::kSort(reinterpret_cast<QEL_EXTCOMM_S *>(list), count, ctx_), 0U);
+        };
+        SortsLikeExchanges lists(8, seed);
+        lists.check(sort);
+        lists.check_every_type(sort);
+        EXPECT_TRUE(recorder.asserts().empty());
     }
 
     // What the sort must make of the whole list, and of its first four elements alone.

@@ -170,6 +170,11 @@ TEST_F(MdtExtComm, RandomListsComeOutAsASortOfTheirFieldsGivesThem)
     random_lists_come_out_as_a_sort_of_their_fields_gives_them(20260103);
 }
 
+TEST_F(MdtExtComm, AnyListIsSortedAsExchangesSortIt)
+{
+    any_list_is_sorted_as_exchanges_sort_it(20260105);
+}
+
 TEST_F(MdtExtComm, ListOperationsRefuseMissingArgumentsWithOneReport)
 {
     list_operations_refuse_missing_arguments_with_one_report();

@@ -2,6 +2,7 @@
 #include "attribute_cases.h"
 
 #include "dirty_heap.h"
+#include "exchange_sort.h"
 
 #include <algorithm>
 #include <array>
@@ -777,6 +778,70 @@ TEST_F(ExtCommList, SortsByTheOrderOfItsElements)
             const Bytes expected = joined(sorted(elements(list.bytes(), kind.size)));
             EXPECT_EQ(kind.sort(list.data(), count, ctx_), 0U);
             ASSERT_EQ(list.hex(), hex(expected));
+        }
+    }
+}
+
+TEST_F(ExtCommList, IsSortedAsExchangesSortItWhateverItsLengthTypesAndAddress)
+{
+    const platform::Recorder recorder;
+    for (const Kind &kind : {kEight, kTwenty}) {
+        const auto sort = [&](std::uint8_t *list, std::uint16_t count) { EXPECT_EQ(kind.sort(list, count, ctx_), 0U); };
+        SortsLikeExchanges lists(kind.size, 20260107);
+        lists.check(sort);
+        lists.check_every_type(sort);
+    }
+    EXPECT_TRUE(recorder.asserts().empty());
+}
+
+TEST_F(ExtCommList, TheGeneralSortWithTheCompareOfItsElementsLeavesTheSameOrder)
+{
+    const platform::Recorder recorder;
+    SortsLikeExchanges(8, 20260108).check_every_type([&](std::uint8_t *list, std::uint16_t count) {
+        EXPECT_EQ(QEL_NGMVPN_SortExtCommunitys_(list, count, 8, QEL_NGMVPN_CmpExtCommunity, ctx_), 0U);
+    });
+    SortsLikeExchanges(20, 20260109).check_every_type([&](std::uint8_t *list, std::uint16_t count) {
+        EXPECT_EQ(QEL_NGMVPN_SortExtCommunitys_(list, count, 20, QEL_NGMVPN_CmpIPv6ExtCommunity, ctx_), 0U);
+    });
+    EXPECT_TRUE(recorder.asserts().empty());
+}
+
+// kept: scratch is asked for though the sort puts nothing there
+TEST_F(ExtCommList, SortingAndCleaningUpAskForOneScratchWhateverTheCount)
+{
+    for (const Kind &kind : {kEight, kTwenty}) {
+        for (const std::uint16_t count : {std::uint16_t{0}, std::uint16_t{1}, std::uint16_t{2}}) {
+            SCOPED_TRACE(count);
+            OddBytes list(numbered({2, 1}, static_cast<std::uint32_t>(kind.size)));
+            std::uint16_t kept = count;
+            const std::uint64_t before = allocations();
+            EXPECT_EQ(kind.sort(list.data(), count, ctx_), 0U);
+            EXPECT_EQ(kind.cleanup(list.data(), &kept, ctx_), 0U);
+            EXPECT_EQ(allocations(), before);
+            EXPECT_EQ(ctx_->uiInlineBufUsed, 0U);
+
+            const LentBuffer lent(ctx_);
+            EXPECT_EQ(kind.sort(list.data(), count, ctx_), 0U);
+            EXPECT_EQ(allocations(), before + 1);
+            kept = count;
+            EXPECT_EQ(kind.cleanup(list.data(), &kept, ctx_), 0U);
+            EXPECT_EQ(allocations(), before + 2);
+        }
+    }
+}
+
+TEST_F(ExtCommList, SortingWithoutScratchIsReportedAndLeavesTheList)
+{
+    const LentBuffer lent(ctx_);
+    for (const Kind &kind : {kEight, kTwenty}) {
+        for (const std::uint16_t count : {std::uint16_t{0}, std::uint16_t{1}, std::uint16_t{2}}) {
+            OddBytes list(numbered({2, 1}, static_cast<std::uint32_t>(kind.size)));
+            const platform::Recorder recorder;
+            const platform::FailAllocation failure(0);
+            EXPECT_EQ(kind.sort(list.data(), count, ctx_), kNoMemory);
+            EXPECT_TRUE(failure.fired());
+            EXPECT_EQ(recorder.asserts().size(), 1U);
+            EXPECT_EQ(list.bytes(), numbered({2, 1}, static_cast<std::uint32_t>(kind.size)));
         }
     }
 }

@@ -151,6 +151,11 @@ TEST_F(Vpnv4McastExtComm, RandomListsComeOutAsASortOfTheirFieldsGivesThem)
     random_lists_come_out_as_a_sort_of_their_fields_gives_them(20260104);
 }
 
+TEST_F(Vpnv4McastExtComm, AnyListIsSortedAsExchangesSortIt)
+{
+    any_list_is_sorted_as_exchanges_sort_it(20260106);
+}
+
 TEST_F(Vpnv4McastExtComm, ListOperationsRefuseMissingArgumentsWithOneReport)
 {
     list_operations_refuse_missing_arguments_with_one_report();
