@@ -1866,19 +1866,18 @@ TEST_F(ImportRouteRecord, ASizeThatWrapsToTheFixedPartOrAboveTakesNoMoreThanItHa
         std::size_t orig;
         std::size_t next;
         std::size_t size;
-        std::size_t asserts;
-        Bytes data;
     };
-    for (const Row &row :
-         {Row{0x8000, 0x8000, 152, 2, {}}, Row{0xffff, 21, 172, 1, Bytes(20)}, Row{20, 0xfff0, 156, 2, Bytes(4)},
-          Row{4, 0xffff, 155, 2, Bytes(3)}, Row{3, 0xffff, 154, 2, Bytes(2)}, Row{0xfffe, 4, 154, 2, Bytes(2)}}) {
+    for (const Row &row : {Row{0x8000, 0x8000, 152}, Row{0xffff, 21, 172}, Row{20, 0xfff0, 156}, Row{4, 0xffff, 155},
+                           Row{3, 0xffff, 154}, Row{0xfffe, 4, 154}}) {
         SCOPED_TRACE(row.orig);
         HeldTunnels tunnels(row.orig, row.next);
         const RecordGot got = construct_record(tunnels.held, &block, ctx_);
         EXPECT_EQ(got.code, 0U);
         EXPECT_EQ(got.length, row.size);
         ASSERT_NE(got.record, nullptr);
-        EXPECT_GE(got.asserts, 1U);
+        EXPECT_EQ(got.asserts, 2U);
+        const auto *octets = reinterpret_cast<const std::uint8_t *>(got.record);
+        EXPECT_EQ(Bytes(octets + kFixedLen, octets + got.length), Bytes(row.size - kFixedLen));
         ZVK_Free_F(got.record, __FILE__, __LINE__);
     }
 }
@@ -1916,6 +1915,22 @@ TEST_F(ImportRouteRecord, ASecondMessageStartsFromTheFixedPartOfTheFirst)
     EXPECT_EQ(got.grown, 0);
     ImportRecord record = completed(route.key, kPolicy, 31, rsvp_te(), bier4());
     record.data = Bytes(bier4().record.size());
+    expect_import_block(Block(got.result), route.key, record.octets());
+}
+
+TEST_F(ImportRouteRecord, BehindAnOriginalTunnelThatIsGoneTheRoomOfTheNewOneIsWhatItsOwnLengthLeaves)
+{
+    const NlriCase route = ipmsi_routes()[0];
+    const Tunnel small = rsvp_te();
+    const Tunnel large = mldp();
+    ASSERT_LT(small.record.size(), large.record.size());
+    const NoKeyGot first =
+        parse_nokey(list_message(pmsi_parts(31, small, large)), key_block(route, kPolicy, ctx_), ctx_);
+    const NoKeyGot got = parse_nokey(pmsi_part(large).octets(), first.result, ctx_);
+    EXPECT_EQ(got.code, 0U);
+    EXPECT_EQ(got.asserts, 1U);
+    ImportRecord record = completed(route.key, kPolicy, 31, small, large);
+    record.data = Bytes(large.record.size());
     expect_import_block(Block(got.result), route.key, record.octets());
 }
 
