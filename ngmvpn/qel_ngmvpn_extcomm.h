@@ -8,6 +8,8 @@
 
 #include <cstdint>
 
+QEL_EXTERN_C_BEGIN
+
 /* What an element weighs: it stands below another if it weighs less, and is equal to it, octet for octet, if it weighs
  * the same. */
 uint64_t QEL_NGMVPN_Weight_(const QEL_EXTCOMM_S *pstExtComm);
@@ -20,6 +22,8 @@ typedef struct {
 
 QEL_NGMVPN_IPV6_WEIGHT_S QEL_NGMVPN_IPv6Weight_(const QEL_IPV6_EXTCOMM_S *pstExtComm);
 bool QEL_NGMVPN_WeighsLess_(const QEL_NGMVPN_IPV6_WEIGHT_S &stA, const QEL_NGMVPN_IPV6_WEIGHT_S &stB);
+
+QEL_EXTERN_C_END
 
 #endif
 

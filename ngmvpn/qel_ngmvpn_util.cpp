@@ -550,7 +550,9 @@ static inline uint32_t QEL_NGMVPN_SortIPv6List_(QEL_IPV6_EXTCOMM_S *pastList, ui
         return QEL_ERR_ALLOC;
     }
     if (!bAscending) {
-        std::sort(pastList, pastList + usCount, QEL_NGMVPN_IsBelow_);
+        std::sort(pastList, pastList + usCount, [](const QEL_IPV6_EXTCOMM_S &stA, const QEL_IPV6_EXTCOMM_S &stB) {
+            return QEL_NGMVPN_IsBelow_(stA, stB);
+        });
     }
     QEL_NGMVPN_Free(&pvScratch, pstCtx);
     return QEL_OK;
