@@ -556,19 +556,18 @@ uint32_t QEL_NGMVPN_IsLeafSearch(const uint8_t *pucA, uint32_t uiLen)
     if (QEL_Missing(pucA)) {
         return 0;
     }
-    const uint8_t ucType = pucA[0];
     /* kept: six forms of all that there are; values of the others are searched under their own numbers */
     switch (uiLen) {
     case 21:
-        return (ucType == QEL_NGMVPN_IRT_INTRA) ? 1 : 0;
+        return (pucA[0] == QEL_NGMVPN_IRT_INTRA) ? 1 : 0;
     case 31:
-        return (ucType == QEL_NGMVPN_IRT_SPMSI) ? 1 : 0;
+        return (pucA[0] == QEL_NGMVPN_IRT_SPMSI) ? 1 : 0;
     case 45:
-        return (ucType == QEL_NGMVPN_IRT_INTRA_ORIG6) ? 1 : 0;
+        return (pucA[0] == QEL_NGMVPN_IRT_INTRA_ORIG6) ? 1 : 0;
     case 55:
-        return (ucType == QEL_NGMVPN_IRT_SPMSI || ucType == QEL_NGMVPN_IRT_SPMSI_ORIG6) ? 1 : 0;
+        return (pucA[0] == QEL_NGMVPN_IRT_SPMSI || pucA[0] == QEL_NGMVPN_IRT_SPMSI_ORIG6) ? 1 : 0;
     case 79:
-        return (ucType == QEL_NGMVPN_IRT_SPMSI_V6_ORIG6) ? 1 : 0;
+        return (pucA[0] == QEL_NGMVPN_IRT_SPMSI_V6_ORIG6) ? 1 : 0;
     default:
         return 0;
     }

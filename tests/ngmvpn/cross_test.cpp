@@ -1581,6 +1581,13 @@ TEST(CrossSearch, WhichValuesAreSearched)
     EXPECT_EQ(QEL_NGMVPN_IsLeafSearch(wide.data(), 256 + 21), 0U);
 }
 
+TEST(CrossSearch, NothingIsReadOfAValueWithoutOctets)
+{
+    const ExactCopy none(Bytes{});
+    EXPECT_EQ(QEL_NGMVPN_IsLeafSearch(none.data(), 0), 0U);
+    EXPECT_EQ(QEL_NGMVPN_CmpPrivateCross(none.data(), 0, none.data(), 0), QEL_CMP_EQUAL);
+}
+
 TEST(CrossSearch, AStoredValueIsFoundUnderItsSearchNumber)
 {
     struct {
