@@ -583,8 +583,12 @@ TEST(CrossCmcastType, ABufferOfLessThanTwoOctetsIsLeftAlone)
     for (const std::uint32_t size : {0U, 1U}) {
         for (const std::uint32_t length : {0U, 1U}) {
             const Bytes value = ip4(0x0102, 1, 0).host;
-            EXPECT_EQ(hex(rewritten(nonkey_of(7, kFlagsTypeAndRd), value, size, length)), hex(value));
-            EXPECT_EQ(hex(rewritten(nonkey_of(7, kFlagType), value, size, length)), hex(value));
+            for (const auto flags : {kFlagsTypeAndRd, kFlagType}) {
+                const platform::Recorder recorder;
+                EXPECT_EQ(hex(rewritten(nonkey_of(7, flags), value, size, length)), hex(value));
+                ASSERT_EQ(recorder.asserts().size(), 1U);
+                EXPECT_EQ(recorder.asserts()[0].value, size);
+            }
         }
     }
     const Bytes value = bytes("0201");
@@ -1031,6 +1035,26 @@ TEST_F(CrossTest, KeysOfLengthsThatNoRouteHasAreCopiedAsTheyAre)
             expect_cross(gtm(route), leaf_value(kind, key, kRtIp4), 1);
         }
     }
+}
+
+[[gnu::noinline]] void dirty_the_stack()
+{
+    std::array<volatile std::uint8_t, 4096> octets;
+    for (volatile std::uint8_t &octet : octets) {
+        octet = 0xEE;
+    }
+}
+
+TEST_F(CrossTest, BehindTheRoomOfAValueStandZeros)
+{
+    become(kKindMvrf4);
+    QEL_NGMVPN_NONKEY_S nonkey = leaf_nonkey(5, bytes(kRd0 + kS4 + kG4 + kO4));
+    nonkey.aucEmbeddedKey[1] = 240;
+    const CrossRoute route(nonkey, kRtIp4.host);
+    dirty_the_stack();
+    const CrossGot got = gtm(route);
+    ASSERT_EQ(got.length, 249U);
+    EXPECT_EQ(hex(slice(got.value, 79, 170)), hex(Bytes(170)));
 }
 
 TEST_F(CrossTest, TheLengthOfALeafValueIsKeptModulo256)
@@ -1749,6 +1773,21 @@ TEST(CrossSearch, WhenTheAddressesAreSkipped)
             EXPECT_EQ(need_skip(kStored, changed(kWildcard, i, 0xff)), 1U) << i;
         }
     }
+}
+
+TEST(CrossSearch, ValuesThatEndBeforeTheGroupHaveNoAddressesToSkip)
+{
+    for (std::size_t length = 0; length <= 15; ++length) {
+        const Bytes behind(1); // what a search would find as no group
+        EXPECT_EQ(need_skip(slice(kStored, 0, length), kWildcard), 0U) << length;
+        const OddBytes search(slice(kWildcard, 0, length) + behind);
+        const OddBytes stored(kStored);
+        EXPECT_EQ(
+            QEL_NGMVPN_NeedSkipAddress(stored.data(), stored.size(), search.data(), static_cast<std::uint32_t>(length)),
+            0U)
+            << length;
+    }
+    EXPECT_EQ(need_skip(slice(kStored, 0, 16), slice(kWildcard, 0, 16)), 1U);
 }
 
 std::uint32_t match_excluding(const Bytes &a, const Bytes &b)
