@@ -63,16 +63,16 @@ static inline void QEL_Clear(void *pvDst, size_t ulRoom, size_t ulLen, const cha
     }
 }
 
-/* Clears a record of the stack, padding too, by stores alone: as one clear the compiler would make a loop or a call of
- * it. */
-template <typename T> static inline void QEL_ClearLocal(T *pst)
+/* Clears a record of the stack, padding too, by stores alone where the length is constant: one clear of it all would be
+ * made a loop or a call. */
+static inline void QEL_ClearLocal(void *pvDst, size_t ulLen)
 {
     constexpr size_t ulStep = 64;
-    auto *pucTo = reinterpret_cast<uint8_t *>(pst);
-    for (size_t i = 0; i < sizeof(T) / ulStep; i++) {
-        memset(pucTo + i * ulStep, 0, ulStep);
+    auto *pucDst = static_cast<uint8_t *>(pvDst);
+    for (; ulLen >= ulStep; ulLen -= ulStep, pucDst += ulStep) {
+        memset(pucDst, 0, ulStep);
     }
-    memset(pucTo + sizeof(T) / ulStep * ulStep, 0, sizeof(T) % ulStep);
+    memset(pucDst, 0, ulLen);
 }
 
 /* A function on the road of every route: what it calls in its own file is built into it, exported steps too. */

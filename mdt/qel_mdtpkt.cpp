@@ -6,7 +6,6 @@
 #include "qel_check.h"
 #include "qel_mdt.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -377,24 +376,25 @@ int32_t QEL_MDT_CmpAttr(const void *pvA, uint32_t uiLenA, const void *pvB, uint3
     return QEL_MDT_Sign_(KVO_MemCmp(pvA, pvB, uiLenA));
 }
 
-/* What an element weighs: it stands below another if it weighs less, and is equal to it, octet for octet, if it weighs
- * the same. kept: the value is read by its Type octet's high byte and not by the layout that the list conversion chose;
- * lists are stored in this order */
-static inline uint64_t QEL_MDT_Weight_(const QEL_EXTCOMM_S *pstExtComm)
-{
-    const uint64_t ullTypeWord = static_cast<uint64_t>(QEL_Swap16(pstExtComm->usType)) << 48;
-    const uint32_t uiType = pstExtComm->usType >> 8;
-    if (uiType == 1 || uiType == 2) {
-        return ullTypeWord | static_cast<uint64_t>(pstExtComm->uiGlobalAdmin) << 16 | pstExtComm->usLocalAdmin;
-    }
-    return ullTypeWord | static_cast<uint64_t>(pstExtComm->usGlobalAdmin) << 32 | pstExtComm->uiLocalAdmin;
-}
-
+/* kept: the value is read by its Type octet's high byte and not by the layout that the list conversion chose; lists are
+ * stored in this order */
 static int32_t QEL_MDT_CmpElement_(const QEL_EXTCOMM_S *pstA, const QEL_EXTCOMM_S *pstB)
 {
-    const uint64_t ullA = QEL_MDT_Weight_(pstA);
-    const uint64_t ullB = QEL_MDT_Weight_(pstB);
-    return (ullA > ullB) - (ullA < ullB);
+    int32_t iResult = QEL_MDT_Order_(pstA->usType & 0xFF, pstB->usType & 0xFF);
+    if (iResult != QEL_CMP_EQUAL) {
+        return iResult;
+    }
+    iResult = QEL_MDT_Order_(pstA->usType >> 8, pstB->usType >> 8);
+    if (iResult != QEL_CMP_EQUAL) {
+        return iResult;
+    }
+    const uint32_t uiType = pstA->usType >> 8;
+    if (uiType == 1 || uiType == 2) {
+        iResult = QEL_MDT_Order_(pstA->uiGlobalAdmin, pstB->uiGlobalAdmin);
+        return iResult != QEL_CMP_EQUAL ? iResult : QEL_MDT_Order_(pstA->usLocalAdmin, pstB->usLocalAdmin);
+    }
+    iResult = QEL_MDT_Order_(pstA->usGlobalAdmin, pstB->usGlobalAdmin);
+    return iResult != QEL_CMP_EQUAL ? iResult : QEL_MDT_Order_(pstA->uiLocalAdmin, pstB->uiLocalAdmin);
 }
 
 int32_t QEL_MDT_CmpExtCommunity(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB)
@@ -422,85 +422,28 @@ uint32_t QEL_MDT_CheckExtCommLen(uint32_t uiLen)
     return uiLen % QEL_MDT_EXTCOMM_LEN == 0 ? QEL_OK : QEL_ERR_EXTCOMM_LEN;
 }
 
-/* The eight octets of an element as one number, at any address. */
-static inline uint64_t QEL_MDT_LoadOctets_(const void *pvElement)
-{
-    return static_cast<uint64_t>(QEL_Load32(QEL_Bytes(pvElement) + sizeof(uint32_t))) << 32 | QEL_Load32(pvElement);
-}
-
-static inline void QEL_MDT_StoreOctets_(QEL_EXTCOMM_S *pstElement, uint64_t ullOctets)
-{
-    QEL_Store32(pstElement, static_cast<uint32_t>(ullOctets));
-    QEL_Store32(pstElement->aucValue + sizeof(uint16_t), static_cast<uint32_t>(ullOctets >> 32));
-}
-
-/* The element of a weight. */
-static inline void QEL_MDT_StoreByWeight_(QEL_EXTCOMM_S *pstElement, uint64_t ullWeight)
-{
-    const uint64_t ullTypeWord = QEL_Swap16(static_cast<uint16_t>(ullWeight >> 48));
-    const uint32_t uiType = static_cast<uint32_t>(ullTypeWord >> 8);
-    const uint64_t ullValue = ullWeight & UINT64_C(0xFFFFFFFFFFFF);
-    const uint32_t uiFirstBits = uiType == 1 || uiType == 2 ? 32 : 16;
-    const uint64_t ullFirst = ullValue >> (48 - uiFirstBits);
-    QEL_MDT_StoreOctets_(pstElement, ullTypeWord | ullFirst << 16 | ullValue << (16 + uiFirstBits));
-}
-
-/* Whether every element stands above the one before it: nothing to sort and no repeats. No element is no such list. */
-static inline bool QEL_MDT_IsAscending_(const QEL_EXTCOMM_S *pastList, uint32_t uiCount)
-{
-    if (uiCount == 0) {
-        return false;
-    }
-    uint64_t ullBelow = QEL_MDT_Weight_(pastList);
-    for (uint32_t i = 1; i < uiCount; i++) {
-        const uint64_t ullWeight = QEL_MDT_Weight_(&pastList[i]);
-        if (ullWeight <= ullBelow) {
-            return false;
-        }
-        ullBelow = ullWeight;
-    }
-    return true;
-}
-
-/* Out of the way of lists that are in order already. */
-[[gnu::noinline]] static void QEL_MDT_SortByWeight_(QEL_EXTCOMM_S *pastList, uint32_t uiCount);
-
-/* Weights take the places of their elements while they are sorted. */
-static void QEL_MDT_SortByWeight_(QEL_EXTCOMM_S *pastList, uint32_t uiCount)
-{
-    for (uint32_t i = 0; i < uiCount; i++) {
-        QEL_MDT_StoreOctets_(&pastList[i], QEL_MDT_Weight_(&pastList[i]));
-    }
-    std::sort(pastList, pastList + uiCount, [](const QEL_EXTCOMM_S &stA, const QEL_EXTCOMM_S &stB) {
-        return QEL_MDT_LoadOctets_(&stA) < QEL_MDT_LoadOctets_(&stB);
-    });
-    for (uint32_t i = 0; i < uiCount; i++) {
-        QEL_MDT_StoreByWeight_(&pastList[i], QEL_MDT_LoadOctets_(&pastList[i]));
-    }
-}
-
-/* kept: a sort asks for one element of scratch and holds it, for an empty list too, though nothing is put there;
- * callers know the code of its failure, and while it is lent other scratch comes from the heap */
-static inline uint32_t QEL_MDT_SortList_(QEL_EXTCOMM_S *pastList, uint16_t usCount, bool bAscending,
-                                         QEL_FAMILY_CTX_S *pstCtx)
-{
-    void *pvScratch = QEL_MDT_Malloc(pstCtx, QEL_MDT_EXTCOMM_LEN);
-    if (QEL_Missing(pvScratch)) {
-        return QEL_ERR_ALLOC;
-    }
-    if (!bAscending) {
-        QEL_MDT_SortByWeight_(pastList, usCount);
-    }
-    QEL_MDT_Free(&pvScratch, pstCtx);
-    return QEL_OK;
-}
-
 uint32_t QEL_MDT_SortExtCommunitys(QEL_EXTCOMM_S *pastList, uint16_t usCount, QEL_FAMILY_CTX_S *pstCtx)
 {
     if (QEL_Missing(pastList) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
     }
-    return QEL_MDT_SortList_(pastList, usCount, QEL_MDT_IsAscending_(pastList, usCount), pstCtx);
+    void *pvScratch = QEL_MDT_Malloc(pstCtx, QEL_MDT_EXTCOMM_LEN);
+    if (QEL_Missing(pvScratch)) {
+        return QEL_ERR_ALLOC;
+    }
+    for (uint32_t i = 0; i + 1 < usCount; i++) {
+        for (uint32_t j = i + 1; j < usCount; j++) {
+            /* kept: a failed compare, -2, is no exchange and no failure; a list is never lost to its order */
+            if (QEL_MDT_CmpExtCommunity(&pastList[i], QEL_MDT_EXTCOMM_LEN, &pastList[j], QEL_MDT_EXTCOMM_LEN) ==
+                QEL_CMP_GREATER) {
+                QEL_Copy(pvScratch, QEL_MDT_EXTCOMM_LEN, &pastList[i], QEL_MDT_EXTCOMM_LEN);
+                QEL_Copy(&pastList[i], (usCount - i) * size_t{QEL_MDT_EXTCOMM_LEN}, &pastList[j], QEL_MDT_EXTCOMM_LEN);
+                QEL_Copy(&pastList[j], (usCount - j) * size_t{QEL_MDT_EXTCOMM_LEN}, pvScratch, QEL_MDT_EXTCOMM_LEN);
+            }
+        }
+    }
+    QEL_MDT_Free(&pvScratch, pstCtx);
+    return QEL_OK;
 }
 
 /* kept: bytes decide here and fields in the sort, whose grouping makes equal elements stand together; an empty list
@@ -512,7 +455,7 @@ uint32_t QEL_MDT_RemoveDupExtCommunitys(QEL_EXTCOMM_S *pastList, uint16_t *pusCo
     }
     uint32_t uiKept = 0;
     for (uint32_t j = 1; j < *pusCount; j++) {
-        if (QEL_MDT_LoadOctets_(&pastList[j]) == QEL_MDT_LoadOctets_(&pastList[uiKept])) {
+        if (KVO_MemCmp(&pastList[j], &pastList[uiKept], QEL_MDT_EXTCOMM_LEN) == 0) {
             continue;
         }
         uiKept++;
@@ -530,9 +473,8 @@ QEL_HOT_PATH uint32_t QEL_MDT_CleanupExtCommunity(QEL_EXTCOMM_S *pastList, uint1
     if (QEL_Missing(pastList) || QEL_Missing(pusCount) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
     }
-    const bool bAscending = QEL_MDT_IsAscending_(pastList, *pusCount);
-    const uint32_t uiRet = QEL_MDT_SortList_(pastList, *pusCount, bAscending, pstCtx);
-    if (uiRet != QEL_OK || bAscending) {
+    const uint32_t uiRet = QEL_MDT_SortExtCommunitys(pastList, *pusCount, pstCtx);
+    if (uiRet != QEL_OK) {
         return uiRet;
     }
     return QEL_MDT_RemoveDupExtCommunitys(pastList, pusCount, pstCtx);

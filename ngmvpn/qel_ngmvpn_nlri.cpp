@@ -3,7 +3,6 @@
 #include "qel_byteorder.h"
 #include "qel_check.h"
 #include "qel_ngmvpn.h"
-#include "qel_ngmvpn_extcomm.h"
 #include "qel_ngmvpn_key.h"
 #include "qel_ngmvpn_segment_policy.h"
 #include "qel_ngmvpn_util.h"
@@ -49,7 +48,7 @@ static inline void QEL_NGMVPN_StartNlri_(QEL_NGMVPN_NLRI_S *pstNlri, QEL_NGMVPN_
                                          uint32_t uiKeyType, uint8_t ucRdKind)
 {
     *pstNlri = {pstRoute, pucBody, pucBody, uiNlriLen, uiRemain, 0, 0, 0};
-    QEL_ClearLocal(pstRoute);
+    QEL_ClearLocal(pstRoute, sizeof(*pstRoute));
     pstRoute->stKey.uiKeyType = uiKeyType;
     pstRoute->stKey.ucRdKind = ucRdKind;
     pstRoute->stNonKey.uiKeyType = uiKeyType;
@@ -1106,16 +1105,15 @@ static inline bool QEL_NGMVPN_AreSections_(const void *pvA, uint32_t uiLenA, con
 
 /* The addresses of two keys in order, each length before its 16 bytes; the offsets are those of the length bytes.
  * The whole field counts, whatever its length says. A null key is reported: QEL_CMP_FAILED. */
-template <size_t ulCount>
 static inline int32_t QEL_NGMVPN_CmpAddrs_(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB,
-                                           const size_t (&aulOffsets)[ulCount])
+                                           const size_t *pulOffsets, size_t ulCount)
 {
     if (QEL_Missing(pstKeyA) || QEL_Missing(pstKeyB)) {
         return QEL_CMP_FAILED;
     }
-    for (const size_t ulOffset : aulOffsets) {
-        const uint8_t *pucA = QEL_Bytes(pstKeyA) + ulOffset;
-        const uint8_t *pucB = QEL_Bytes(pstKeyB) + ulOffset;
+    for (size_t i = 0; i < ulCount; ++i) {
+        const uint8_t *pucA = QEL_Bytes(pstKeyA) + pulOffsets[i];
+        const uint8_t *pucB = QEL_Bytes(pstKeyB) + pulOffsets[i];
         const int32_t iResult = QEL_NGMVPN_CmpNumber_(*pucA, *pucB);
         if (iResult != QEL_CMP_EQUAL) {
             return iResult;
@@ -1266,7 +1264,7 @@ int32_t QEL_NGMVPN_CmpNlriRD(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVP
 int32_t QEL_NGMVPN_CmpIntraIpmsiAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
 {
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stIntraIpmsiAd.ucOrigAddrLen)};
-    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets);
+    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 1);
 }
 
 int32_t QEL_NGMVPN_CmpInterIpmsiAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
@@ -1283,14 +1281,14 @@ int32_t QEL_NGMVPN_CmpSpmsiAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_N
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiAd.ucSrcAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiAd.ucGrpAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiAd.ucOrigAddrLen)};
-    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets);
+    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 3);
 }
 
 int32_t QEL_NGMVPN_CmpIpmsiLeafAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
 {
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stIpmsiLeafAd.ucOrigAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stIpmsiLeafAd.ucLeafAddrLen)};
-    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets);
+    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 2);
 }
 
 int32_t QEL_NGMVPN_CmpSpmsiLeafAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
@@ -1299,14 +1297,14 @@ int32_t QEL_NGMVPN_CmpSpmsiLeafAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const Q
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiLeafAd.ucGrpAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiLeafAd.ucOrigAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSpmsiLeafAd.ucLeafAddrLen)};
-    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets);
+    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 4);
 }
 
 int32_t QEL_NGMVPN_CmpSourceActiveAdKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
 {
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stSourceActiveAd.ucSrcAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stSourceActiveAd.ucGrpAddrLen)};
-    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets);
+    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 2);
 }
 
 int32_t QEL_NGMVPN_CmpCMulticastRouteKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, const QEL_NGMVPN_KEY_AT_S *pstKeyB)
@@ -1321,7 +1319,7 @@ int32_t QEL_NGMVPN_CmpCMulticastRouteKey(const QEL_NGMVPN_KEY_AT_S *pstKeyA, con
     }
     static constexpr size_t aulOffsets[] = {offsetof(QEL_NGMVPN_KEY_S, uKey.stCMulticastRoute.ucSrcAddrLen),
                                             offsetof(QEL_NGMVPN_KEY_S, uKey.stCMulticastRoute.ucGrpAddrLen)};
-    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets);
+    return QEL_NGMVPN_CmpAddrs_(pstKeyA, pstKeyB, aulOffsets, 2);
 }
 
 /* Whether a compare's arguments are two elements of at least that size. */
@@ -1338,14 +1336,32 @@ static inline bool QEL_NGMVPN_AreElements_(const void *pvA, uint32_t uiLenA, con
     return true;
 }
 
+/* Communities stand together by Sub-type, the low byte of the type word, and only then by Type. */
+static int32_t QEL_NGMVPN_CmpCommType_(uint16_t usTypeA, uint16_t usTypeB)
+{
+    return QEL_NGMVPN_CmpNumber_(QEL_Swap16(usTypeA), QEL_Swap16(usTypeB));
+}
+
 int32_t QEL_NGMVPN_CmpExtCommunity(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB)
 {
     if (!QEL_NGMVPN_AreElements_(pvA, uiLenA, pvB, uiLenB, sizeof(QEL_EXTCOMM_S))) {
         return QEL_CMP_FAILED;
     }
-    const uint64_t ullA = QEL_NGMVPN_Weight_(static_cast<const QEL_EXTCOMM_S *>(pvA));
-    const uint64_t ullB = QEL_NGMVPN_Weight_(static_cast<const QEL_EXTCOMM_S *>(pvB));
-    return (ullA > ullB) - (ullA < ullB);
+    const auto *pstA = static_cast<const QEL_EXTCOMM_S *>(pvA);
+    const auto *pstB = static_cast<const QEL_EXTCOMM_S *>(pvB);
+    int32_t iResult = QEL_NGMVPN_CmpCommType_(pstA->usType, pstB->usType);
+    if (iResult != QEL_CMP_EQUAL) {
+        return iResult;
+    }
+    const uint32_t uiType = pstA->usType >> 8;
+    if (uiType == 1 || uiType == 2) {
+        iResult = QEL_NGMVPN_CmpNumber_(pstA->uiGlobalAdmin, pstB->uiGlobalAdmin);
+        return iResult != QEL_CMP_EQUAL ? iResult : QEL_NGMVPN_CmpNumber_(pstA->usLocalAdmin, pstB->usLocalAdmin);
+    }
+    /* kept: any other type compares as 16 and 32 bits, though a list swaps most of them as 32 and 16; lists already
+     * stored are in this order */
+    iResult = QEL_NGMVPN_CmpNumber_(pstA->usGlobalAdmin, pstB->usGlobalAdmin);
+    return iResult != QEL_CMP_EQUAL ? iResult : QEL_NGMVPN_CmpNumber_(pstA->uiLocalAdmin, pstB->uiLocalAdmin);
 }
 
 int32_t QEL_NGMVPN_CmpIPv6ExtCommunity(const void *pvA, uint32_t uiLenA, const void *pvB, uint32_t uiLenB)
@@ -1353,9 +1369,25 @@ int32_t QEL_NGMVPN_CmpIPv6ExtCommunity(const void *pvA, uint32_t uiLenA, const v
     if (!QEL_NGMVPN_AreElements_(pvA, uiLenA, pvB, uiLenB, sizeof(QEL_IPV6_EXTCOMM_S))) {
         return QEL_CMP_FAILED;
     }
-    const QEL_NGMVPN_IPV6_WEIGHT_S stA = QEL_NGMVPN_IPv6Weight_(static_cast<const QEL_IPV6_EXTCOMM_S *>(pvA));
-    const QEL_NGMVPN_IPV6_WEIGHT_S stB = QEL_NGMVPN_IPv6Weight_(static_cast<const QEL_IPV6_EXTCOMM_S *>(pvB));
-    return QEL_NGMVPN_WeighsLess_(stB, stA) - QEL_NGMVPN_WeighsLess_(stA, stB);
+    const auto *pstA = static_cast<const QEL_IPV6_EXTCOMM_S *>(pvA);
+    const auto *pstB = static_cast<const QEL_IPV6_EXTCOMM_S *>(pvB);
+    int32_t iResult = QEL_NGMVPN_CmpCommType_(pstA->usType, pstB->usType);
+    if (iResult != QEL_CMP_EQUAL) {
+        return iResult;
+    }
+    const uint32_t uiType = pstA->usType >> 8;
+    const uint32_t uiSubType = pstA->usType & 0xFF;
+    /* kept: not the types whose value a list swaps; the order of stored lists hangs on it */
+    if (uiType > 1 || (uiSubType != 2 && uiSubType != 11)) {
+        return QEL_NGMVPN_CmpBytes_(pstA->auiAddr, pstB->auiAddr, sizeof(QEL_IPV6_EXTCOMM_S) - sizeof(uint16_t));
+    }
+    for (uint32_t i = 0; i < 4; i++) {
+        iResult = QEL_NGMVPN_CmpNumber_(pstA->auiAddr[i], pstB->auiAddr[i]);
+        if (iResult != QEL_CMP_EQUAL) {
+            return iResult;
+        }
+    }
+    return QEL_NGMVPN_CmpNumber_(pstA->usLocalAdmin, pstB->usLocalAdmin);
 }
 
 /* ---- advertisement ---- */

@@ -4,9 +4,8 @@
 #include "platform/ksx.h"
 #include "qel_byteorder.h"
 #include "qel_check.h"
-#include "qel_ngmvpn_extcomm.h"
+#include "qel_ngmvpn_nlri.h"
 
-#include <algorithm>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
@@ -407,181 +406,26 @@ uint32_t QEL_NGMVPN_SortExtCommunitys_(uint8_t *pucList, uint16_t usCount, uint3
     return QEL_OK;
 }
 
-/* Communities stand together by Sub-type, the low byte of the type word, and only then by Type. */
-uint64_t QEL_NGMVPN_Weight_(const QEL_EXTCOMM_S *pstExtComm)
-{
-    const uint64_t ullTypeWord = static_cast<uint64_t>(QEL_Swap16(pstExtComm->usType)) << 48;
-    const uint32_t uiType = pstExtComm->usType >> 8;
-    if (uiType == 1 || uiType == 2) {
-        return ullTypeWord | static_cast<uint64_t>(pstExtComm->uiGlobalAdmin) << 16 | pstExtComm->usLocalAdmin;
-    }
-    /* kept: any other type compares as 16 and 32 bits, though a list swaps most of them as 32 and 16; lists already
-     * stored are in this order */
-    return ullTypeWord | static_cast<uint64_t>(pstExtComm->usGlobalAdmin) << 32 | pstExtComm->uiLocalAdmin;
-}
-
-static inline uint64_t QEL_NGMVPN_Words_(uint32_t uiHigh, uint32_t uiLow)
-{
-    return static_cast<uint64_t>(uiHigh) << 32 | uiLow;
-}
-
-QEL_NGMVPN_IPV6_WEIGHT_S QEL_NGMVPN_IPv6Weight_(const QEL_IPV6_EXTCOMM_S *pstExtComm)
-{
-    const uint32_t uiType = pstExtComm->usType >> 8;
-    const uint32_t uiSubType = pstExtComm->usType & 0xFF;
-    /* kept: not the types whose value a list swaps; the order of stored lists hangs on it */
-    if (uiType > 1 || (uiSubType != 2 && uiSubType != 11)) {
-        const auto *pucExtComm = reinterpret_cast<const uint8_t *>(pstExtComm);
-        return {{QEL_NGMVPN_Words_(QEL_LoadBe32(pucExtComm), QEL_LoadBe32(pucExtComm + 4)),
-                 QEL_NGMVPN_Words_(QEL_LoadBe32(pucExtComm + 8), QEL_LoadBe32(pucExtComm + 12))},
-                QEL_LoadBe32(pucExtComm + 16)};
-    }
-    const uint32_t uiTypeWord = QEL_Swap16(pstExtComm->usType);
-    const uint64_t ullFirst = QEL_NGMVPN_Words_(pstExtComm->auiAddr[0], pstExtComm->auiAddr[1]);
-    const uint64_t ullLast = QEL_NGMVPN_Words_(pstExtComm->auiAddr[2], pstExtComm->auiAddr[3]);
-    return {{static_cast<uint64_t>(uiTypeWord) << 48 | ullFirst >> 16, ullFirst << 48 | ullLast >> 16},
-            static_cast<uint32_t>(ullLast << 16) | pstExtComm->usLocalAdmin};
-}
-
-bool QEL_NGMVPN_WeighsLess_(const QEL_NGMVPN_IPV6_WEIGHT_S &stA, const QEL_NGMVPN_IPV6_WEIGHT_S &stB)
-{
-    if (stA.aullHigh[0] != stB.aullHigh[0]) {
-        return stA.aullHigh[0] < stB.aullHigh[0];
-    }
-    return stA.aullHigh[1] != stB.aullHigh[1] ? stA.aullHigh[1] < stB.aullHigh[1] : stA.uiLow < stB.uiLow;
-}
-
-/* The eight octets of an element as one number, at any address. */
-static inline uint64_t QEL_NGMVPN_LoadOctets_(const void *pvElement)
-{
-    return QEL_NGMVPN_Words_(QEL_Load32(QEL_Bytes(pvElement) + sizeof(uint32_t)), QEL_Load32(pvElement));
-}
-
-static inline void QEL_NGMVPN_StoreOctets_(QEL_EXTCOMM_S *pstElement, uint64_t ullOctets)
-{
-    QEL_Store32(pstElement, static_cast<uint32_t>(ullOctets));
-    QEL_Store32(pstElement->aucValue + sizeof(uint16_t), static_cast<uint32_t>(ullOctets >> 32));
-}
-
-/* The element of a weight. */
-static inline void QEL_NGMVPN_StoreByWeight_(QEL_EXTCOMM_S *pstElement, uint64_t ullWeight)
-{
-    const uint64_t ullTypeWord = QEL_Swap16(static_cast<uint16_t>(ullWeight >> 48));
-    const uint32_t uiType = static_cast<uint32_t>(ullTypeWord >> 8);
-    const uint64_t ullValue = ullWeight & UINT64_C(0xFFFFFFFFFFFF);
-    const uint32_t uiFirstBits = uiType == 1 || uiType == 2 ? 32 : 16;
-    const uint64_t ullFirst = ullValue >> (48 - uiFirstBits);
-    QEL_NGMVPN_StoreOctets_(pstElement, ullTypeWord | ullFirst << 16 | ullValue << (16 + uiFirstBits));
-}
-
-/* Whether every element stands above the one before it: nothing to sort and no repeats. No element is no such list. */
-static inline bool QEL_NGMVPN_IsAscending_(const QEL_EXTCOMM_S *pastList, uint32_t uiCount)
-{
-    if (uiCount == 0) {
-        return false;
-    }
-    uint64_t ullBelow = QEL_NGMVPN_Weight_(pastList);
-    for (uint32_t i = 1; i < uiCount; i++) {
-        const uint64_t ullWeight = QEL_NGMVPN_Weight_(&pastList[i]);
-        if (ullWeight <= ullBelow) {
-            return false;
-        }
-        ullBelow = ullWeight;
-    }
-    return true;
-}
-
-/* Out of the way of lists that are in order already. */
-[[gnu::noinline]] static void QEL_NGMVPN_SortByWeight_(QEL_EXTCOMM_S *pastList, uint32_t uiCount);
-
-/* Weights take the places of their elements while they are sorted. */
-static void QEL_NGMVPN_SortByWeight_(QEL_EXTCOMM_S *pastList, uint32_t uiCount)
-{
-    for (uint32_t i = 0; i < uiCount; i++) {
-        QEL_NGMVPN_StoreOctets_(&pastList[i], QEL_NGMVPN_Weight_(&pastList[i]));
-    }
-    std::sort(pastList, pastList + uiCount, [](const QEL_EXTCOMM_S &stA, const QEL_EXTCOMM_S &stB) {
-        return QEL_NGMVPN_LoadOctets_(&stA) < QEL_NGMVPN_LoadOctets_(&stB);
-    });
-    for (uint32_t i = 0; i < uiCount; i++) {
-        QEL_NGMVPN_StoreByWeight_(&pastList[i], QEL_NGMVPN_LoadOctets_(&pastList[i]));
-    }
-}
-
-static inline bool QEL_NGMVPN_IsBelow_(const QEL_IPV6_EXTCOMM_S &stA, const QEL_IPV6_EXTCOMM_S &stB)
-{
-    return QEL_NGMVPN_WeighsLess_(QEL_NGMVPN_IPv6Weight_(&stA), QEL_NGMVPN_IPv6Weight_(&stB));
-}
-
-static inline bool QEL_NGMVPN_IsIPv6Ascending_(const QEL_IPV6_EXTCOMM_S *pastList, uint32_t uiCount)
-{
-    if (uiCount == 0) {
-        return false;
-    }
-    for (uint32_t i = 1; i < uiCount; i++) {
-        if (!QEL_NGMVPN_IsBelow_(pastList[i - 1], pastList[i])) {
-            return false;
-        }
-    }
-    return true;
-}
-
-/* kept: a sort asks for one element of scratch and holds it, for an empty list too, though nothing is put there;
- * callers know the code of its failure, and while it is lent other scratch comes from the heap */
-static inline uint32_t QEL_NGMVPN_SortList_(QEL_EXTCOMM_S *pastList, uint16_t usCount, bool bAscending,
-                                            QEL_FAMILY_CTX_S *pstCtx)
-{
-    void *pvScratch = QEL_NGMVPN_Malloc(pstCtx, sizeof(*pastList));
-    if (QEL_Missing(pvScratch)) {
-        return QEL_ERR_ALLOC;
-    }
-    if (!bAscending) {
-        QEL_NGMVPN_SortByWeight_(pastList, usCount);
-    }
-    QEL_NGMVPN_Free(&pvScratch, pstCtx);
-    return QEL_OK;
-}
-
-static inline uint32_t QEL_NGMVPN_SortIPv6List_(QEL_IPV6_EXTCOMM_S *pastList, uint16_t usCount, bool bAscending,
-                                                QEL_FAMILY_CTX_S *pstCtx)
-{
-    void *pvScratch = QEL_NGMVPN_Malloc(pstCtx, sizeof(*pastList));
-    if (QEL_Missing(pvScratch)) {
-        return QEL_ERR_ALLOC;
-    }
-    if (!bAscending) {
-        std::sort(pastList, pastList + usCount, [](const QEL_IPV6_EXTCOMM_S &stA, const QEL_IPV6_EXTCOMM_S &stB) {
-            return QEL_NGMVPN_IsBelow_(stA, stB);
-        });
-    }
-    QEL_NGMVPN_Free(&pvScratch, pstCtx);
-    return QEL_OK;
-}
-
 uint32_t QEL_NGMVPN_SortExtCommunitys(QEL_EXTCOMM_S *pastList, uint16_t usCount, QEL_FAMILY_CTX_S *pstCtx)
 {
-    if (QEL_Missing(pastList) || QEL_Missing(pstCtx)) {
-        return QEL_ERR_NULL;
-    }
-    return QEL_NGMVPN_SortList_(pastList, usCount, QEL_NGMVPN_IsAscending_(pastList, usCount), pstCtx);
+    return QEL_NGMVPN_SortExtCommunitys_(reinterpret_cast<uint8_t *>(pastList), usCount, sizeof(QEL_EXTCOMM_S),
+                                         QEL_NGMVPN_CmpExtCommunity, pstCtx);
 }
 
 uint32_t QEL_NGMVPN_SortIPv6ExtCommunitys(QEL_IPV6_EXTCOMM_S *pastList, uint16_t usCount, QEL_FAMILY_CTX_S *pstCtx)
 {
-    if (QEL_Missing(pastList) || QEL_Missing(pstCtx)) {
-        return QEL_ERR_NULL;
-    }
-    return QEL_NGMVPN_SortIPv6List_(pastList, usCount, QEL_NGMVPN_IsIPv6Ascending_(pastList, usCount), pstCtx);
+    return QEL_NGMVPN_SortExtCommunitys_(reinterpret_cast<uint8_t *>(pastList), usCount, sizeof(QEL_IPV6_EXTCOMM_S),
+                                         QEL_NGMVPN_CmpIPv6ExtCommunity, pstCtx);
 }
 
 /* kept: bytes decide here and fields in the sort, whose grouping makes equal elements stand together; an empty list
  * comes out with a count of 1, and no caller gives one */
-static inline void QEL_NGMVPN_RemoveDup_(uint8_t *pucList, uint32_t uiSize, uint16_t *pusCount)
+static void QEL_NGMVPN_RemoveDup_(uint8_t *pucList, uint32_t uiSize, uint16_t *pusCount)
 {
     uint32_t uiKept = 0;
     for (uint32_t j = 1; j < *pusCount; j++) {
         const uint8_t *pucJ = pucList + static_cast<size_t>(j) * uiSize;
-        if (memcmp(pucJ, pucList + static_cast<size_t>(uiKept) * uiSize, uiSize) == 0) {
+        if (KVO_MemCmp(pucJ, pucList + static_cast<size_t>(uiKept) * uiSize, uiSize) == 0) {
             continue;
         }
         uiKept++;
@@ -618,22 +462,21 @@ QEL_HOT_PATH uint32_t QEL_NGMVPN_CleanupExtCommunity(QEL_EXTCOMM_S *pastList, ui
     if (QEL_Missing(pastList) || QEL_Missing(pusCount) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
     }
-    const bool bAscending = QEL_NGMVPN_IsAscending_(pastList, *pusCount);
-    const uint32_t uiRet = QEL_NGMVPN_SortList_(pastList, *pusCount, bAscending, pstCtx);
-    if (uiRet != QEL_OK || bAscending) {
+    const uint32_t uiRet = QEL_NGMVPN_SortExtCommunitys(pastList, *pusCount, pstCtx);
+    if (uiRet != QEL_OK) {
         return uiRet;
     }
     return QEL_NGMVPN_RemoveDupExtCommunitys(pastList, pusCount, pstCtx);
 }
 
-uint32_t QEL_NGMVPN_CleanupIPv6ExtCommunity(QEL_IPV6_EXTCOMM_S *pastList, uint16_t *pusCount, QEL_FAMILY_CTX_S *pstCtx)
+QEL_HOT_PATH uint32_t QEL_NGMVPN_CleanupIPv6ExtCommunity(QEL_IPV6_EXTCOMM_S *pastList, uint16_t *pusCount,
+                                                         QEL_FAMILY_CTX_S *pstCtx)
 {
     if (QEL_Missing(pastList) || QEL_Missing(pusCount) || QEL_Missing(pstCtx)) {
         return QEL_ERR_NULL;
     }
-    const bool bAscending = QEL_NGMVPN_IsIPv6Ascending_(pastList, *pusCount);
-    const uint32_t uiRet = QEL_NGMVPN_SortIPv6List_(pastList, *pusCount, bAscending, pstCtx);
-    if (uiRet != QEL_OK || bAscending) {
+    const uint32_t uiRet = QEL_NGMVPN_SortIPv6ExtCommunitys(pastList, *pusCount, pstCtx);
+    if (uiRet != QEL_OK) {
         return uiRet;
     }
     return QEL_NGMVPN_RemoveDupIPv6ExtCommunitys(pastList, pusCount, pstCtx);

@@ -79,7 +79,7 @@ public:
                 }
             }
         }
-        const Bytes long_list = any_list(8000, true);
+        const Bytes long_list = any_list(1000, true);
         ASSERT_NO_FATAL_FAILURE(expect_order(sort, long_list, sorted_by_exchanges(long_list, size_)));
     }
 

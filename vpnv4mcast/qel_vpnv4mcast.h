@@ -188,7 +188,7 @@ uint32_t QEL_VPNV4MCAST_FormatExtCommunity(QEL_ROUTE_INFO_S *pstRoute, uint8_t *
 /* Every element of a list in place; each undoes the other. */
 void QEL_VPNV4MCAST_ConvertExtCommunityNTOH(QEL_EXTCOMM_S *pastList, uint32_t uiCount);
 void QEL_VPNV4MCAST_ConvertExtCommunityHTON(QEL_EXTCOMM_S *pastList, uint32_t uiCount);
-/* Sort in place. QEL_ERR_ALLOC without scratch memory. */
+/* Exchange sort in place. QEL_ERR_ALLOC without scratch memory. */
 uint32_t QEL_VPNV4MCAST_SortExtCommunitys(QEL_EXTCOMM_S *pastList, uint16_t usCount, QEL_FAMILY_CTX_S *pstCtx);
 /* Drops repeated elements of a sorted list; *pusCount gets what is left, 1 for an empty list. */
 uint32_t QEL_VPNV4MCAST_RemoveDupExtCommunitys(QEL_EXTCOMM_S *pastList, uint16_t *pusCount, QEL_FAMILY_CTX_S *pstCtx);

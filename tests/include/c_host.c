@@ -11,7 +11,6 @@
 #include "ngmvpn/qel_ngmvpn_attribute_pkt.h"
 #include "ngmvpn/qel_ngmvpn_cross.h"
 #include "ngmvpn/qel_ngmvpn_dfx.h"
-#include "ngmvpn/qel_ngmvpn_extcomm.h"
 #include "ngmvpn/qel_ngmvpn_intercomp_msg.h"
 #include "ngmvpn/qel_ngmvpn_key.h"
 #include "ngmvpn/qel_ngmvpn_nlri.h"

@@ -1607,9 +1607,10 @@ TEST(CrossSearch, WhichValuesAreSearched)
 
 TEST(CrossSearch, NothingIsReadOfAValueWithoutOctets)
 {
-    const ExactCopy none(Bytes{});
-    EXPECT_EQ(QEL_NGMVPN_IsLeafSearch(none.data(), 0), 0U);
-    EXPECT_EQ(QEL_NGMVPN_CmpPrivateCross(none.data(), 0, none.data(), 0), QEL_CMP_EQUAL);
+    const ExactCopy block(Bytes(8, 0xff));
+    const std::uint8_t *end = block.data() + block.size();
+    EXPECT_EQ(QEL_NGMVPN_IsLeafSearch(end, 0), 0U);
+    EXPECT_EQ(QEL_NGMVPN_CmpPrivateCross(end, 0, end, 0), QEL_CMP_EQUAL);
 }
 
 TEST(CrossSearch, AStoredValueIsFoundUnderItsSearchNumber)
